@@ -1,0 +1,69 @@
+// The inside of DynString, for the library's own modules: appending inline.
+#ifndef LIBGLOBAL_DYN_STRING_HPP
+#define LIBGLOBAL_DYN_STRING_HPP
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "libglobal/dyn_string.h"
+
+struct DynString {
+  char *data;            // the text and its NUL; not owned while capacity is 0
+  std::size_t len;       // without the NUL
+  std::size_t capacity;  // bytes of data
+};
+
+namespace libglobal {
+
+// Makes room for `more` bytes beyond the present text and the NUL.
+void grow(DynString &s, std::size_t more);
+
+inline char *room_for(DynString &s, std::size_t more) {
+  if (s.capacity - s.len <= more || s.capacity == 0) [[unlikely]] {
+    grow(s, more);
+  }
+  return s.data + s.len;
+}
+
+inline void append(DynString &s, std::string_view text) {
+  char *end = room_for(s, text.size());
+  std::memcpy(end, text.data(), text.size());
+  end[text.size()] = '\0';
+  s.len += text.size();
+}
+
+inline void append(DynString &s, char c) {
+  char *end = room_for(s, 1);
+  end[0] = c;
+  end[1] = '\0';
+  s.len += 1;
+}
+
+inline void fill(DynString &s, char c, std::size_t count) {
+  char *end = room_for(s, count);
+  std::memset(end, c, count);
+  end[count] = '\0';
+  s.len += count;
+}
+
+inline void clear(DynString &s) {
+  s.len = 0;
+  if (s.capacity != 0) {
+    s.data[0] = '\0';
+  }
+}
+
+inline std::string_view view(const DynString &s) {
+  return {s.data, s.len};
+}
+
+struct DynStringRelease {
+  void operator()(DynString *s) const { dyn_string_free(s); }
+};
+using DynStringOwner = std::unique_ptr<DynString, DynStringRelease>;
+
+}  // namespace libglobal
+
+#endif

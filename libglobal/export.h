@@ -1,0 +1,13 @@
+/* What a public header needs to declare an exported name. */
+#ifndef LIBGLOBAL_EXPORT_H
+#define LIBGLOBAL_EXPORT_H
+
+#define CLI_API __attribute__((visibility("default")))
+
+#if defined(__clang__)
+#define CLI_PRINTF(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
+#else
+#define CLI_PRINTF(format_index, first_argument) __attribute__((format(gnu_printf, format_index, first_argument)))
+#endif
+
+#endif

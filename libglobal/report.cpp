@@ -1,0 +1,61 @@
+#include "libglobal/report.hpp"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+void log_assert(const char *expression, const char *source, const char *function) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "%s:%s: assertion \"%s\" failed\n", source, function, expression);
+  std::abort();
+}
+
+void log_assert_fmt(const char *expression, const char *source, const char *function, const char *format, ...) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "%s:%s: assertion \"%s\" failed: ", source, function, expression);
+  va_list args;
+  va_start(args, format);
+  std::vfprintf(stderr, format, args);
+  va_end(args);
+  std::fputc('\n', stderr);
+  std::abort();
+}
+
+namespace libglobal {
+namespace {
+
+void *checked(void *pointer, const char *wrapper, const char *format_name, const Caller &caller) {
+  if (pointer == nullptr) [[unlikely]] {
+    log_assert_fmt("pointer != NULL", caller.source, wrapper, "%s failed at func %s:%zu (%s)", format_name,
+                   caller.function, caller.line, caller.source);
+  }
+  return pointer;
+}
+
+std::size_t at_least_one(std::size_t size) {
+  return size == 0 ? 1 : size;
+}
+
+}  // namespace
+
+void *xmalloc(std::size_t size, const Caller &caller) {
+  return checked(std::malloc(at_least_one(size)), "_xmalloc", "xmalloc", caller);
+}
+
+void *xcalloc(std::size_t count, std::size_t size, const Caller &caller) {
+  return checked(std::calloc(at_least_one(count), at_least_one(size)), "_xcalloc", "xcalloc", caller);
+}
+
+void *xrealloc(void *block, std::size_t size, const Caller &caller) {
+  return checked(std::realloc(block, at_least_one(size)), "_xrealloc", "xrealloc", caller);
+}
+
+void *xmemdup(const void *from, std::size_t size, const Caller &caller) {
+  void *copy = checked(std::malloc(at_least_one(size)), "_xmemdup", "xmemdup", caller);
+  if (size != 0) {
+    std::memcpy(copy, from, size);
+  }
+  return copy;
+}
+
+}  // namespace libglobal
