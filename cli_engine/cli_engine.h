@@ -103,7 +103,7 @@ struct cli_node_container {  /* TYPE_CONTAINER */
   int32_t mode;              /* CONTAINER_... */
 };
 
-struct cli_node_value { /* TYPE_VALUE */
+struct cli_node_value_part { /* TYPE_VALUE */
   struct validator validator;
   int32_t required; /* 1 or 0 */
   int32_t repeat;   /* REPEAT_... */
@@ -131,7 +131,7 @@ struct cli_node {
     struct cli_node_word word;
     struct cli_node_key key;
     struct cli_node_container container;
-    struct cli_node_value value;
+    struct cli_node_value_part value;
     struct cli_node_alias alias;
   };
   struct {

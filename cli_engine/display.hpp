@@ -1,0 +1,14 @@
+// The notation of one node, for the library's own modules.
+#ifndef CLI_ENGINE_DISPLAY_HPP
+#define CLI_ENGINE_DISPLAY_HPP
+
+#include "cli_engine/cli_engine.h"
+
+namespace cli_engine {
+
+// As cli_print_node.
+int print_node(const cli_node &node, const token *tok, DynString &out, bool colour);
+
+}  // namespace cli_engine
+
+#endif

@@ -1,0 +1,22 @@
+// The "#help" texts of a document: plain, or templates with named replacement fields.
+#ifndef CLI_ENGINE_HELP_TEMPLATE_HPP
+#define CLI_ENGINE_HELP_TEMPLATE_HPP
+
+#include <jansson.h>
+
+#include "libglobal/dyn_string.h"
+#include "libglobal/export.h"
+
+namespace cli_engine {
+
+// The text of a "#help" value, owned by the caller; null when `help` is a null pointer. A string is taken as it is; an
+// object's "fmt" is a template whose fields, "{key}", are replaced by the members of its "args" (strings, integers and
+// booleans). Anything else, and a template that cannot be expanded, is the document's fault and ends the process.
+[[nodiscard]] DynString *get_help(json_t *help);
+
+// Shows a template with a caret under its offending character and the message, and ends the process.
+[[noreturn]] void print_error(const char *text, const char *offending, const char *format, ...) CLI_PRINTF(3, 4);
+
+}  // namespace cli_engine
+
+#endif

@@ -1,0 +1,101 @@
+#include "cli_engine/marks.hpp"
+
+#include <cstdlib>
+
+#include "cli_engine/node.hpp"
+#include "libglobal/report.hpp"
+
+namespace cli_engine {
+namespace {
+
+constexpr const char *kSource = "cli_engine/parser";
+
+void clear_marks(cli_node &node) {
+  node.used = 0;
+  node.completed = 0;
+  node.token = nullptr;
+  if (node.type == TYPE_VALUE && node.value.value != nullptr) {
+    json_decref(node.value.value);
+    node.value.value = nullptr;
+  }
+}
+
+bool is_touched(const cli_node &node) {
+  return node.used != 0 || node.completed != 0;
+}
+
+// Whether a walk from the mode's words over touched nodes meets the node.
+bool stands_below(const cli_node *node, const cli_node *mode) {
+  const cli_node *child = nullptr;
+  while (node != nullptr && node != mode && is_touched(*node)) {
+    child = node;
+    node = node->parent;
+  }
+  return node == mode && child != nullptr && is_choice_kind(*child);
+}
+
+}  // namespace
+
+Marks::~Marks() {
+  clear();
+  std::free(nodes_);
+  std::free(doomed_);
+}
+
+void Marks::append(cli_node &node) {
+  if (node.parent == nullptr) {
+    return;  // the root: its `internal` is the list itself
+  }
+  if (size_ == capacity_) {
+    capacity_ = capacity_ == 0 ? 32 : capacity_ * 2;
+    const libglobal::Caller caller = LIBGLOBAL_CALLER(kSource);
+    nodes_ = static_cast<cli_node **>(libglobal::xrealloc(nodes_, capacity_ * sizeof *nodes_, caller));
+    doomed_ = static_cast<cli_node **>(libglobal::xrealloc(doomed_, capacity_ * sizeof *doomed_, caller));
+    for (std::size_t i = 0; i < size_; i++) {
+      if (nodes_[i] != nullptr) {
+        nodes_[i]->internal = &nodes_[i];
+      }
+    }
+  }
+  nodes_[size_] = &node;
+  node.internal = &nodes_[size_];
+  size_++;
+}
+
+void Marks::clear() {
+  for (std::size_t i = 0; i < size_; i++) {
+    if (nodes_[i] != nullptr) {
+      clear_marks(*nodes_[i]);
+      nodes_[i]->internal = nullptr;
+    }
+  }
+  size_ = 0;
+}
+
+// What is reached is decided before anything is cleared, since the marks themselves are the way.
+void Marks::clear_below(const cli_node *mode) {
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < size_; i++) {
+    if (nodes_[i] != nullptr && stands_below(nodes_[i], mode)) {
+      doomed_[count++] = nodes_[i];
+    }
+  }
+  for (std::size_t i = 0; i < count; i++) {
+    clear_marks(*doomed_[i]);
+  }
+}
+
+cli_node *Marks::next_used_choice(const cli_node *parent, const cli_node *after) const {
+  cli_node *next = nullptr;
+  for (std::size_t i = 0; i < size_; i++) {
+    cli_node *node = nodes_[i];
+    if (node != nullptr && node->parent == parent && node->used != 0 && is_choice_kind(*node) &&
+        (after == nullptr || name_compare(name_of(*node), name_of(*after)) > 0) &&
+        (next == nullptr || name_compare(name_of(*node), name_of(*next)) < 0)) {
+      next = node;
+    }
+  }
+  return next;
+}
+
+}  // namespace cli_engine

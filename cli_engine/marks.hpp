@@ -1,0 +1,70 @@
+// The nodes that the last line marked, so that clearing and searching cost what was marked, not what the tree holds.
+//
+// One list belongs to each tree and hangs from its root's `internal`. Every other node's `internal` points at its own
+// place in the list, or is null; so a node that is released is struck off without a search. A node on the list may have
+// lost its marks in the meantime; one with marks is always on it.
+#ifndef CLI_ENGINE_MARKS_HPP
+#define CLI_ENGINE_MARKS_HPP
+
+#include <cstddef>
+#include <string_view>
+
+#include "cli_engine/cli_engine.h"
+
+namespace cli_engine {
+
+class Marks {
+ public:
+  Marks() = default;
+  Marks(const Marks &) = delete;
+  Marks &operator=(const Marks &) = delete;
+  ~Marks();
+
+  void use(cli_node &node) {
+    node.used = 1;
+    add(node);
+  }
+  void complete(cli_node &node) {
+    node.completed = 1;
+    add(node);
+  }
+  void bind(cli_node &node, token *tok) {
+    node.token = tok;
+    add(node);
+  }
+
+  // Clears every mark and empties the list.
+  void clear();
+
+  // Clears what stands below the words of a mode: every node that is reached from there through used or completed nodes
+  // alone. The mode's own marks and those of its arguments stay.
+  void clear_below(const cli_node *mode);
+
+  // The used word of a parent that follows `after` in name order (the first one for null), or null.
+  [[nodiscard]] cli_node *next_used_choice(const cli_node *parent, const cli_node *after) const;
+
+  // Takes a node that is being released off the list.
+  static void strike(cli_node &node) {
+    if (node.parent != nullptr && node.internal != nullptr) {
+      *static_cast<cli_node **>(node.internal) = nullptr;
+      node.internal = nullptr;
+    }
+  }
+
+ private:
+  void add(cli_node &node) {
+    if (node.internal == nullptr) {
+      append(node);
+    }
+  }
+  void append(cli_node &node);
+
+  cli_node **nodes_ = nullptr;  // null where a node was struck off
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+  cli_node **doomed_ = nullptr;  // scratch of clear_below, as large as nodes_
+};
+
+}  // namespace cli_engine
+
+#endif

@@ -1,0 +1,200 @@
+// The command tree: kinds and their children, ordered words, construction and release, and the marks of the last line.
+#ifndef CLI_ENGINE_NODE_HPP
+#define CLI_ENGINE_NODE_HPP
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "cli_engine/cli_engine.h"
+#include "cli_engine/marks.hpp"
+
+namespace cli_engine {
+
+inline constexpr const char *kLoaderSource = "cli_engine/loader";
+inline constexpr const char *kEngineSource = "cli_engine/cli_engine";
+
+// ---- Names ----
+
+// Lower case for A to Z, every other byte as it is: what the "C" locale's case-insensitive comparison does.
+inline constexpr std::array<unsigned char, 256> kFold = [] {
+  std::array<unsigned char, 256> table{};
+  for (unsigned i = 0; i < 256; i++) {
+    table.at(i) = static_cast<unsigned char>(i >= 'A' && i <= 'Z' ? i + 'a' - 'A' : i);
+  }
+  return table;
+}();
+
+inline unsigned fold(char c) {
+  return kFold[static_cast<unsigned char>(c)];
+}
+
+inline std::string_view name_of(const cli_node &node) {
+  return {node.name, node.name_len};
+}
+
+// How many leading bytes agree without regard to case. Names mostly agree in case too, so eight bytes are compared at
+// once as long as they do.
+inline std::size_t common_length(std::string_view a, std::string_view b) {
+  const std::size_t length = a.size() < b.size() ? a.size() : b.size();
+  std::size_t i = 0;
+  for (; i + 8 <= length; i += 8) {
+    std::uint64_t x = 0;
+    std::uint64_t y = 0;
+    std::memcpy(&x, a.data() + i, 8);
+    std::memcpy(&y, b.data() + i, 8);
+    if (x != y) {
+      break;
+    }
+  }
+  while (i < length && fold(a[i]) == fold(b[i])) {
+    i++;
+  }
+  return i;
+}
+
+// The order of words: by their common length without regard to case, then the shorter one first.
+inline int name_compare(std::string_view a, std::string_view b) {
+  const std::size_t common = common_length(a, b);
+  if (common < a.size() && common < b.size()) {
+    return static_cast<int>(fold(a[common])) - static_cast<int>(fold(b[common]));
+  }
+  return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
+}
+
+// Whether text begins with prefix, without regard to case.
+inline bool begins_with(std::string_view text, std::string_view prefix) {
+  return text.size() >= prefix.size() && common_length(text, prefix) == prefix.size();
+}
+
+inline bool same_name(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && begins_with(a, b);
+}
+
+// ---- Kinds ----
+
+inline bool is_word_kind(const cli_node &node) {
+  return node.type == TYPE_SUBCONFIG || node.type == TYPE_COMMAND || node.type == TYPE_WORD;
+}
+
+// Stands among its parent's words rather than among its arguments.
+inline bool is_choice_kind(const cli_node &node) {
+  return is_word_kind(node) || node.type == TYPE_ALIAS;
+}
+
+// The words or arguments of a node, or null for a kind that has none.
+inline const cli_node_set *choices_of(const cli_node &node) {
+  if (node.type == TYPE_SUBCONFIG || node.type == TYPE_COMMAND) {
+    return &node.subconfig.choices;
+  }
+  return node.type == TYPE_WORD ? &node.word.choices : nullptr;
+}
+inline cli_node_set *choices_of(cli_node &node) {
+  return const_cast<cli_node_set *>(choices_of(static_cast<const cli_node &>(node)));
+}
+
+inline const cli_node_list *args_of(const cli_node &node) {
+  switch (node.type) {
+    case TYPE_SUBCONFIG:
+    case TYPE_COMMAND:
+      return &node.subconfig.args;
+    case TYPE_WORD:
+      return &node.word.args;
+    case TYPE_KEY:
+      return &node.key.args;
+    case TYPE_CONTAINER:
+      return &node.container.args;
+    case TYPE_VALUE:
+    case TYPE_ALIAS:
+      break;
+  }
+  return nullptr;
+}
+inline cli_node_list *args_of(cli_node &node) {
+  return const_cast<cli_node_list *>(args_of(static_cast<const cli_node &>(node)));
+}
+
+inline cli_node *first_arg(const cli_node *node) {
+  const cli_node_list *args = node == nullptr ? nullptr : args_of(*node);
+  return args == nullptr ? nullptr : args->first;
+}
+
+inline bool is_optional(const cli_node &node) {
+  switch (node.type) {
+    case TYPE_VALUE:
+      return node.value.required == 0;
+    case TYPE_KEY:
+      return node.key.required == 0;
+    case TYPE_CONTAINER:
+      return node.container.required == 0;
+    case TYPE_SUBCONFIG:
+    case TYPE_COMMAND:
+    case TYPE_WORD:
+    case TYPE_ALIAS:
+      break;
+  }
+  return false;
+}
+
+inline bool is_mode(const cli_node *node) {
+  return node->type == TYPE_SUBCONFIG;
+}
+
+// A mode that was declared with "#prompt"; the root is none.
+inline bool is_declared_mode(const cli_node &node) {
+  return node.type == TYPE_SUBCONFIG && node.subconfig.prompt != nullptr;
+}
+
+inline cli_node *tree_root(cli_node *node) {
+  while (node->parent != nullptr) {
+    node = node->parent;
+  }
+  return node;
+}
+
+inline void list_init(cli_node_list &list) {
+  list.first = nullptr;
+  list.last_link = &list.first;
+}
+
+// ---- Words of a node ----
+
+// The word of exactly that name, or null.
+cli_node *find_choice(const cli_node_set &choices, std::string_view name);
+
+// The first word, in name order, that begins with the prefix; those that do follow it in a row.
+cli_node *first_choice_with_prefix(const cli_node_set &choices, std::string_view prefix);
+
+cli_node *first_choice(const cli_node_set &choices);
+cli_node *next_choice(const cli_node &choice);
+
+// ---- Construction and release ----
+
+// A node of a kind with every other field zero. Name and help are copied; a group takes neither.
+cli_node *new_node(json_t *definition, const char *name, const char *help, node_type type);
+
+cli_node *new_command_node(json_t *definition, const char *name, const char *help, int32_t privilege,
+                           cli_handler handler);
+
+// Makes choice a word of parent; false, with only choice->parent set, when an equal name stands there already.
+bool append_node_choice(cli_node *parent, cli_node *choice);
+
+// Makes arg the last argument of parent.
+void append_node_arg(cli_node *parent, cli_node *arg);
+
+// Releases a subtree with its marks. A node without a parent keeps its own storage and becomes an empty root.
+void node_free(cli_node *node);
+
+// ---- Marks ----
+
+// The marks of the tree that a node belongs to; made when they are first asked for.
+Marks &marks_of(cli_node *node);
+
+// Marks a mode and all that encloses it used.
+void mark_mode(Marks &marks, cli_node *mode);
+
+}  // namespace cli_engine
+
+#endif

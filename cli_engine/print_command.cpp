@@ -1,0 +1,106 @@
+// The notation in which nodes and matched lines are shown.
+#include <string_view>
+
+#include "cli_engine/display.hpp"
+#include "cli_engine/json_ref.hpp"
+#include "cli_engine/node.hpp"
+#include "cli_engine/tokenizer.hpp"
+#include "libglobal/dyn_string.hpp"
+#include "libglobal/report.hpp"
+
+namespace cli_engine {
+namespace {
+
+constexpr const char *kSource = "cli_engine/print_command";
+
+constexpr std::string_view kWordColour = "\033[32m";
+constexpr std::string_view kKeyColour = "\033[33m";
+constexpr std::string_view kValueColour = "\033[36m";
+constexpr std::string_view kReset = "\033[m";
+
+std::string_view colour_of(const cli_node &node) {
+  return node.type == TYPE_VALUE ? kValueColour : node.type == TYPE_KEY ? kKeyColour : kWordColour;
+}
+
+void append_bounds(const validator &v, DynString &out) {
+  const int width = static_cast<int>(v.width);
+  if (validator_get_basetype(&v) == BASETYPE_STRING) {
+    dyn_string_appendf(&out, " <%u-%u>", v.min_length, v.max_length);
+  } else if (v.base == 10) {
+    dyn_string_appendf(&out, " <%0*lld-%0*lld>", width, static_cast<long long>(v.min_inclusive), width,
+                       static_cast<long long>(v.max_inclusive));
+  } else if (v.base == 16) {
+    dyn_string_appendf(&out, " <0x%0*llX-0x%0*llX>", width, static_cast<unsigned long long>(v.min_inclusive), width,
+                       static_cast<unsigned long long>(v.max_inclusive));
+  }
+}
+
+void append_enumeration(const json_t *entries, DynString &out) {
+  const std::size_t size = json_array_size(entries);
+  for (std::size_t i = 0; i < size; i++) {
+    libglobal::append(out, i == 0 ? " <" : " ");
+    const json_t *entry = json_array_get(entries, i);
+    if (json_is_string(entry)) {
+      libglobal::append(out, json_string_value(entry));
+    } else if (const JsonText text{json_dumps(entry, JSON_ENCODE_ANY)}) {
+      libglobal::append(out, text.get());
+    }
+    libglobal::append(out, i + 1 == size ? '>' : ',');
+  }
+}
+
+}  // namespace
+
+int print_node(const cli_node &node, const token *tok, DynString &out, bool colour) {
+  const bool takes_token = node.type == TYPE_VALUE && tok != nullptr;
+  const std::string_view text = takes_token            ? std::string_view{tok->text, tok->len}
+                                : node.name == nullptr ? std::string_view{}
+                                                       : name_of(node);
+  libglobal::require(text.data() != nullptr && node.type != TYPE_CONTAINER, "output", kSource, "cli_print_node");
+  if (colour) {
+    libglobal::append(out, colour_of(node));
+  }
+  std::size_t width = text.size();
+  if (node.type == TYPE_ALIAS) {
+    libglobal::append(out, '*');
+  }
+  libglobal::append(out, text);
+  if (node.type == TYPE_ALIAS) {
+    libglobal::append(out, '=');
+    libglobal::append(out, node.alias.alias);
+  }
+  if (node.type == TYPE_VALUE && tok == nullptr) {
+    const std::size_t before = out.len;
+    const validator &v = node.value.validator;
+    if ((v.flags & VALIDATOR_BOUNDED) != 0) {
+      append_bounds(v, out);
+    }
+    if ((v.flags & VALIDATOR_ENUM) != 0) {
+      append_enumeration(v.enum_array, out);
+    }
+    width += out.len - before;
+  }
+  if (colour) {
+    libglobal::append(out, kReset);
+  }
+  return static_cast<int>(width);
+}
+
+}  // namespace cli_engine
+
+int cli_print_node(cli_node *node, token *tok, DynString *out, int colour) {
+  return cli_engine::print_node(*node, tok, *out, colour != 0);
+}
+
+int cli_print_command(token *first, DynString *out, int colour, token **rest) {
+  int width = 0;
+  token *tok = first;
+  for (; tok != nullptr && tok->node != nullptr && tok->node->used != 0; tok = cli_engine::next_token(tok)) {
+    width += cli_engine::print_node(*tok->node, tok, *out, colour != 0) + 1;
+    libglobal::append(*out, ' ');
+  }
+  if (rest != nullptr) {
+    *rest = tok;
+  }
+  return width;
+}
