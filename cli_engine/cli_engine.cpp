@@ -1,0 +1,58 @@
+// Bringing an engine up, taking it down, exchanging its language.
+#include "cli_engine/cli_engine.h"
+
+#include <cstdio>
+
+#include "cli_engine/loader.hpp"
+#include "cli_engine/node.hpp"
+#include "cli_engine/parser.hpp"
+
+cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, void *context, json_t *privileges) {
+  tokenizer_open(&engine->tokenizer);
+  if (cli_load_commands(engine, types, definitions, privileges) != 0) {
+    return nullptr;
+  }
+  engine->initialized = 1;
+  engine->context = context;
+  if (engine->level == 0) {
+    engine->level = -1;
+  }
+  parser_open(&engine->parser);
+  pager_open(&engine->pager, -1, -1);
+  cli_engine::list_init(engine->mode_stack);
+  cli_reset_subconfig(engine);
+  parser_set_root(&engine->parser, &engine->root);
+  cli_set_prompt(engine, nullptr, engine->prompt_name[0] == '\0' ? "cli" : nullptr, nullptr,
+                 engine->prompt_end == 0 ? '>' : '\0');
+  return engine;
+}
+
+void cli_free(cli *engine) {
+  if (engine == nullptr) {
+    return;
+  }
+  cli_reset_subconfig(engine);
+  pager_close(&engine->pager);
+  parser_close(&engine->parser);
+  cli_unload_commands(engine);
+  tokenizer_close(&engine->tokenizer);
+  engine->initialized = 0;
+}
+
+int cli_load_commands(cli *engine, validator_typesystem *types, json_t *definitions, json_t *privileges) {
+  engine->current = &engine->root;
+  if (!json_is_object(definitions)) {
+    std::puts("Cannot load command DM");
+    return -1;
+  }
+  cli_engine::load_tree(engine, types, definitions, privileges);
+  return 0;
+}
+
+void cli_unload_commands(cli *engine) {
+  for (token *tok = engine->tokenizer.tokens.first; tok != nullptr; tok = tok->next) {
+    tok->node = nullptr;
+  }
+  cli_engine::forget_nodes(engine->parser);
+  cli_engine::node_free(&engine->root);
+}

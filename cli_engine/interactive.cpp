@@ -1,0 +1,196 @@
+// "?" and completion: what may follow the line, or complete the word that is being typed.
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "cli_engine/json_ref.hpp"
+#include "cli_engine/line.hpp"
+#include "cli_engine/node.hpp"
+#include "cli_engine/parser.hpp"
+
+namespace cli_engine {
+namespace {
+
+constexpr const char *kUnrecognized = "% Unrecognized input";
+constexpr std::size_t kScreenWidth = 80;
+
+bool is_blank(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// A line as far as it was typed. While its last word is being typed, walks over the tokens end before that word.
+class PartialLine {
+ public:
+  PartialLine(cli *engine, const char *line) : engine_(engine) {
+    const std::size_t length = line == nullptr ? 0 : std::strlen(line);
+    partial_ = length == 0 || !is_blank(line[length - 1]);
+    engine->tokenizer.stop_at_cursor = partial_ ? 1 : 0;
+    selected_ = parse_line(engine, line, static_cast<int>(length));
+  }
+  PartialLine(const PartialLine &) = delete;
+  PartialLine &operator=(const PartialLine &) = delete;
+  ~PartialLine() { engine_->tokenizer.stop_at_cursor = 0; }
+
+  [[nodiscard]] bool is_partial() const { return partial_; }
+  [[nodiscard]] int error() const { return engine_->parser.error->errcode; }
+
+  // The node that the words before select; null when they do not make a line.
+  [[nodiscard]] const cli_node *selected() const { return selected_; }
+
+  // The word that holds the cursor, or null.
+  [[nodiscard]] const token *word() const { return engine_->tokenizer.cursor_token; }
+
+  [[nodiscard]] std::string_view prefix() const { return word() == nullptr ? std::string_view{} : text_of(*word()); }
+
+  // What may follow. Only words that begin with the prefix are among it: others could not be shown.
+  PtrVector &available() {
+    PtrVector &nodes = *state_of(engine_->parser).nodes;
+    get_available_nodes(engine_->parser, &nodes, prefix());
+    return nodes;
+  }
+
+ private:
+  cli *engine_;
+  bool partial_;
+  cli_node *selected_;
+};
+
+bool may_become_value(const cli_node &value, const token &word) {
+  return validator_match_partial(&value.value.validator, word.text, word.len) != 0;
+}
+
+bool is_helpful(const cli_node &node, const token *word) {
+  if (word == nullptr) {
+    return node.type != TYPE_ALIAS;
+  }
+  return node.type == TYPE_VALUE ? may_become_value(node, *word) : begins_with(name_of(node), text_of(*word));
+}
+
+void keep_helpful(PtrVector &nodes, const token *word) {
+  std::size_t kept = 0;
+  for (void *item : libglobal::items(nodes)) {
+    if (is_helpful(*static_cast<const cli_node *>(item), word)) {
+      nodes.items[kept++] = item;
+    }
+  }
+  nodes.size = kept;
+}
+
+bool is_complete_command(const cli_node *selected) {
+  return selected != nullptr && selected->parent != nullptr &&
+         (selected->type == TYPE_SUBCONFIG || selected->type == TYPE_COMMAND);
+}
+
+// A prompt and line longer than the screen are shown again below the help, on as many lines.
+void skip_wrapped_lines(std::size_t width) {
+  for (; width > kScreenWidth; width -= kScreenWidth) {
+    std::putchar('\n');
+  }
+}
+
+void help(cli *engine, const char *line) {
+  PartialLine partial(engine, line);
+  if (partial.error() != E_OK && partial.error() != E_INCOMPLETE) {
+    std::puts(kUnrecognized);
+    return;
+  }
+  DynString &text = *state_of(engine->parser).text;
+  libglobal::clear(text);
+  libglobal::append(text, "> [");
+  const int width = cli_print_command(tokenizer_first(&engine->tokenizer), &text, 1, nullptr);
+  libglobal::append(text, "?]\n");
+  std::fwrite(text.data, 1, text.len, stdout);
+
+  PtrVector &nodes = partial.available();
+  keep_helpful(nodes, partial.word());
+  NodeTable{text, nodes}.print("", "", [](const cli_node &) { return true; });
+  if (partial.is_partial() && nodes.size == 0) {
+    std::puts(kUnrecognized);
+  } else if (is_complete_command(partial.selected())) {
+    std::puts("<cr>");
+  }
+  skip_wrapped_lines(static_cast<std::size_t>(width) + 1 + std::strlen(engine->prompt_text));
+}
+
+// Collects completions: a text and the blank after it.
+class Completions {
+ public:
+  Completions(DynString &scratch, json_t *result) : text_(scratch), result_(result) {}
+
+  void add(std::string_view word) {
+    libglobal::clear(text_);
+    libglobal::append(text_, word);
+    libglobal::append(text_, ' ');
+    json_array_append_new(result_, json_stringn(text_.data, text_.len));
+  }
+
+  void add_entries(const json_t *enumeration, std::string_view prefix) {
+    const std::size_t size = json_array_size(enumeration);
+    for (std::size_t i = 0; i < size; i++) {
+      const json_t *entry = json_array_get(enumeration, i);
+      if (json_is_string(entry)) {
+        add_if_begins({json_string_value(entry), json_string_length(entry)}, prefix);
+      } else if (const JsonText text{json_dumps(entry, JSON_ENCODE_ANY)}) {
+        add_if_begins(text.get(), prefix);
+      }
+    }
+  }
+
+  void add_if_begins(std::string_view word, std::string_view prefix) {
+    if (begins_with(word, prefix)) {
+      add(word);
+    }
+  }
+
+  void clear() { json_array_clear(result_); }
+
+ private:
+  DynString &text_;
+  json_t *result_;
+};
+
+// A value that may be due decides: its entries are offered, or, when it is free text, nothing is.
+void complete(const PtrVector &nodes, const token *word, Completions &completions) {
+  const std::string_view prefix = word == nullptr ? std::string_view{} : text_of(*word);
+  for (std::size_t i = 0; i < nodes.size; i++) {
+    const auto &node = *static_cast<const cli_node *>(nodes.items[i]);
+    if (node.type == TYPE_VALUE) {
+      const validator &v = node.value.validator;
+      if ((v.flags & VALIDATOR_ENUM) != 0) {
+        completions.add_entries(v.enum_array, prefix);
+        return;
+      }
+      if (word == nullptr || may_become_value(node, *word)) {
+        completions.clear();
+        return;
+      }
+    } else if (node.type != TYPE_ALIAS) {
+      completions.add_if_begins(name_of(node), prefix);
+    }
+  }
+}
+
+void autocomplete(cli *engine, const char *line, json_t *result) {
+  PartialLine partial(engine, line);
+  const cli_node *selected = partial.selected();
+  if (!partial.is_partial()) {
+    const bool is_command = selected != nullptr && selected->type == TYPE_COMMAND && selected->parent != nullptr;
+    if (is_command || (selected == nullptr && partial.error() == E_EXTRA_INPUT)) {
+      return;
+    }
+  }
+  const PtrVector &nodes = partial.available();
+  Completions completions(*state_of(engine->parser).text, result);
+  complete(nodes, partial.word(), completions);
+}
+
+}  // namespace
+}  // namespace cli_engine
+
+void cli_help(cli *engine, const char *line) {
+  cli_engine::help(engine, line);
+}
+
+void cli_autocomplete(cli *engine, const char *line, int /*cursor*/, json_t *result) {
+  cli_engine::autocomplete(engine, line, result);
+}

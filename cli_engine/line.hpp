@@ -1,0 +1,65 @@
+// What executing a line and helping with one have in common.
+#ifndef CLI_ENGINE_LINE_HPP
+#define CLI_ENGINE_LINE_HPP
+
+#include <cstdio>
+#include <string_view>
+
+#include "cli_engine/display.hpp"
+#include "libglobal/dyn_string.hpp"
+#include "libglobal/ptr_vector.hpp"
+
+namespace cli_engine {
+
+inline constexpr std::string_view kErrorColour = "\033[31m";
+inline constexpr std::string_view kMessageColour = "\033[35m";
+inline constexpr std::string_view kReset = "\033[m";
+
+// Tokenizes a line and parses it from the present mode into the parser's own error record.
+cli_node *parse_line(cli *engine, const char *line, int cursor);
+
+// Nodes with their help texts on standard output, a line each, the help texts in one column.
+class NodeTable {
+ public:
+  NodeTable(DynString &scratch, PtrVector &nodes) : text_(scratch), nodes_(nodes) {}
+
+  // Prints those that `shown` is true for, with `before` and `after` around the notation.
+  template <class Shown>
+  void print(std::string_view before, std::string_view after, Shown shown) const {
+    int widest = 0;
+    for_each(shown, [&](const cli_node &, int width) { widest = width > widest ? width : widest; });
+    for_each(shown, [&](const cli_node &node, int width) {
+      const std::string_view notation = libglobal::view(text_);
+      std::fwrite(before.data(), 1, before.size(), stdout);
+      std::fwrite(notation.data(), 1, notation.size(), stdout);
+      libglobal::clear(text_);
+      libglobal::append(text_, after);
+      libglobal::fill(text_, ' ', static_cast<std::size_t>(widest - width));
+      libglobal::append(text_, '\t');
+      libglobal::append(text_, node.help);
+      libglobal::append(text_, '\n');
+      std::fwrite(text_.data, 1, text_.len, stdout);
+    });
+  }
+
+ private:
+  // Calls visit for each shown node while its notation stands in text_.
+  template <class Shown, class Visit>
+  void for_each(Shown shown, Visit visit) const {
+    for (void *item : libglobal::items(nodes_)) {
+      const auto &node = *static_cast<const cli_node *>(item);
+      if (shown(node)) {
+        libglobal::clear(text_);
+        const int width = print_node(node, nullptr, text_, true);
+        visit(node, width);
+      }
+    }
+  }
+
+  DynString &text_;
+  PtrVector &nodes_;
+};
+
+}  // namespace cli_engine
+
+#endif

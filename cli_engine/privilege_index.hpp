@@ -1,0 +1,58 @@
+// The privilege table, indexed once for each load.
+#ifndef CLI_ENGINE_PRIVILEGE_INDEX_HPP
+#define CLI_ENGINE_PRIVILEGE_INDEX_HPP
+
+#include <jansson.h>
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "libglobal/report.hpp"
+
+namespace cli_engine {
+
+// A hash of text that can be gone on with: hash(hash(seed, a), b) is the hash of a followed by b.
+inline constexpr std::uint64_t kHashSeed = 14695981039346656037U;
+inline std::uint64_t hash(std::uint64_t seed, std::string_view text) {
+  for (const char c : text) {
+    seed = (seed ^ static_cast<unsigned char>(c)) * 1099511628211U;
+  }
+  return seed;
+}
+
+template <class T>
+using Vector = std::vector<T, libglobal::ReportingAllocator<T>>;
+
+class PrivilegeIndex {
+ public:
+  // Indexes the members of a table, which must outlive the index; null and anything but an object hold none. An entry
+  // without a "Name" or a "Prompt" ends the process.
+  explicit PrivilegeIndex(const json_t *table);
+
+  [[nodiscard]] bool empty() const { return entries_.empty(); }
+
+  // The level of the first entry for that mode prompt whose name is `outer` followed by `key`; 0 when there is none.
+  // outer_hash is the hash of `outer`.
+  [[nodiscard]] std::int32_t level(std::string_view prompt, std::string_view outer, std::uint64_t outer_hash,
+                                   std::string_view key) const;
+
+ private:
+  struct Entry {
+    std::string_view name;
+    std::string_view prompt;
+    std::uint64_t hash;
+    std::int32_t level;
+    std::uint32_t next;  // in the same bucket: place in entries_ plus 1, or 0
+  };
+
+  void add(const char *member, const json_t *value);
+  void fill_buckets();
+
+  Vector<Entry> entries_;  // in member order
+  Vector<std::uint32_t> buckets_;
+};
+
+}  // namespace cli_engine
+
+#endif
