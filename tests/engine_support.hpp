@@ -1,0 +1,120 @@
+// An engine over a document written in the test, and what it prints.
+#ifndef TESTS_ENGINE_SUPPORT_HPP
+#define TESTS_ENGINE_SUPPORT_HPP
+
+#include <gtest/gtest.h>
+#include <jansson.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "cli_engine/cli_engine.h"
+
+namespace engine_support {
+
+struct JsonFree {
+  void operator()(json_t *value) const { json_decref(value); }
+};
+using Json = std::unique_ptr<json_t, JsonFree>;
+
+// Reads JSON in which apostrophes stand for quotation marks.
+inline Json json(std::string text) {
+  for (char &c : text) {
+    c = c == '\'' ? '"' : c;
+  }
+  json_error_t error;
+  Json value{json_loads(text.c_str(), JSON_DECODE_ANY, &error)};
+  if (value == nullptr) {
+    ADD_FAILURE() << error.text << " at " << error.position << " of " << text;
+  }
+  return value;
+}
+
+// What is written to standard output while the function runs.
+template <class Function>
+std::string printed_by(Function function) {
+  std::fflush(stdout);
+  std::FILE *file = std::tmpfile();
+  const int saved = dup(STDOUT_FILENO);
+  dup2(fileno(file), STDOUT_FILENO);
+  function();
+  std::fflush(stdout);
+  dup2(saved, STDOUT_FILENO);
+  close(saved);
+  std::string text(static_cast<std::size_t>(std::ftell(file)), '\0');
+  std::rewind(file);
+  text.resize(std::fread(text.data(), 1, text.size(), file));
+  std::fclose(file);
+  return text;
+}
+
+// Colour sequences become {32}, {} and so on.
+inline std::string readable(std::string_view text) {
+  std::string out;
+  for (std::size_t i = 0; i < text.size(); i++) {
+    if (text.substr(i, 2) == "\033[") {
+      const std::size_t end = text.find('m', i);
+      out += "{" + std::string(text.substr(i + 2, end - i - 2)) + "}";
+      i = end;
+    } else {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+inline int leave_mode(cli *engine, cli_node *) {
+  cli_pop_subconfig(engine);
+  return 0;
+}
+
+inline int leave_all_modes(cli *engine, cli_node *) {
+  cli_reset_subconfig(engine);
+  return 0;
+}
+
+class Engine {
+ public:
+  explicit Engine(const std::string &definitions, const std::string &privileges = "null") {
+    engine_.exit_handler = leave_mode;
+    engine_.end_handler = leave_all_modes;
+    const Json document = json(definitions);
+    const Json table = json(privileges);
+    EXPECT_EQ(cli_init(&engine_, types_, document.get(), nullptr, table.get()), &engine_);
+  }
+  Engine(const Engine &) = delete;
+  Engine &operator=(const Engine &) = delete;
+  ~Engine() {
+    cli_free(&engine_);
+    validator_typesystem_free(types_);
+  }
+
+  cli *get() { return &engine_; }
+  cli *operator->() { return &engine_; }
+  validator_typesystem *types() { return types_; }
+
+  std::string execute(const std::string &line) {
+    return readable(printed_by([&] { cli_execute(&engine_, line.c_str()); }));
+  }
+  std::string help(const std::string &line) {
+    return readable(printed_by([&] { cli_help(&engine_, line.c_str()); }));
+  }
+  std::string complete(const std::string &line, const std::string &before = "[]") {
+    const Json result = json(before);
+    cli_autocomplete(&engine_, line.c_str(), 0, result.get());
+    const std::unique_ptr<char, decltype(&std::free)> text{json_dumps(result.get(), 0), &std::free};
+    return text.get();
+  }
+  int error() { return engine_.parser.error->errcode; }
+
+ private:
+  validator_typesystem *types_ = validator_typesystem_new();
+  cli engine_{};
+};
+
+}  // namespace engine_support
+
+#endif
