@@ -2,7 +2,7 @@
 #include <string_view>
 
 #include "cli_engine/display.hpp"
-#include "cli_engine/json_ref.hpp"
+#include "cli_engine/matchers.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/tokenizer.hpp"
 #include "libglobal/dyn_string.hpp"
@@ -39,12 +39,7 @@ void append_enumeration(const json_t *entries, DynString &out) {
   const std::size_t size = json_array_size(entries);
   for (std::size_t i = 0; i < size; i++) {
     libglobal::append(out, i == 0 ? " <" : " ");
-    const json_t *entry = json_array_get(entries, i);
-    if (json_is_string(entry)) {
-      libglobal::append(out, json_string_value(entry));
-    } else if (const JsonText text{json_dumps(entry, JSON_ENCODE_ANY)}) {
-      libglobal::append(out, text.get());
-    }
+    append_enum_entry(out, json_array_get(entries, i));
     libglobal::append(out, i + 1 == size ? '>' : ',');
   }
 }

@@ -7,6 +7,7 @@
 #include <new>
 #include <vector>
 
+#include "cli_engine/json_ref.hpp"
 #include "cli_engine/matchers.hpp"
 #include "libglobal/report.hpp"
 
@@ -186,7 +187,7 @@ void validator_typesystem_free(validator_typesystem *types) {
 }
 
 int validator_open(validator_typesystem *types, validator *v, json_t *declaration) {
-  const char *name = json_string_value(json_object_get(declaration, "#type"));
+  const char *name = cli_engine::string_member(declaration, "#type");
   std::memset(v, 0, sizeof *v);
   const validator_type *type = validator_find_type(types, name == nullptr ? "" : name);
   if (name == nullptr || type == nullptr) {

@@ -37,6 +37,7 @@ struct ReportingAllocator {
   template <class U>
   explicit constexpr ReportingAllocator(const ReportingAllocator<U> &) noexcept {}  // NOLINT
   [[nodiscard]] T *allocate(std::size_t count) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): elements may well be pointers
     return static_cast<T *>(xcalloc(count, sizeof(T), {"libglobal/container", "allocate", __LINE__}));
   }
   void deallocate(T *block, std::size_t) noexcept { std::free(block); }

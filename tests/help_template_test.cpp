@@ -8,16 +8,13 @@
 #include <memory>
 #include <string>
 
+#include "cli_engine/json_ref.hpp"
 #include "libglobal/dyn_string.hpp"
 
 namespace {
 
 using cli_engine::get_help;
-
-struct JsonRelease {
-  void operator()(json_t *value) const { json_decref(value); }
-};
-using JsonRef = std::unique_ptr<json_t, JsonRelease>;
+using cli_engine::JsonRef;
 
 JsonRef document(const char *text) {
   JsonRef value(json_loads(text, JSON_DECODE_ANY, nullptr));
@@ -72,7 +69,7 @@ constexpr HelpCase kFaults[] = {
      "{n}\n ^ Unexpected argument type (got object). Supported only string/integer/boolean\n"},
     {R"({"fmt": "{n}", "args": {"n": []}})",
      "{n}\n ^ Unexpected argument type (got array). Supported only string/integer/boolean\n"},
-    {R"({"fmt": "%s%n {}"})", "%s%n {}\n       ^ Empty replacement field\n"},
+    {R"({"fmt": "%s%n {}"})", "%s%n {}\n      ^ Empty replacement field\n"},
 };
 
 TEST(HelpDeathTest, FaultsEndTheProcessWithTheirReport) {

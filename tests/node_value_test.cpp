@@ -6,14 +6,11 @@
 #include <string>
 
 #include "cli_engine/cli_engine.h"
+#include "cli_engine/json_ref.hpp"
 
 namespace {
 
-struct JsonRelease {
-  void operator()(json_t *value) const { json_decref(value); }
-};
-using JsonRef = std::unique_ptr<json_t, JsonRelease>;
-
+using cli_engine::JsonRef;
 // A value node of the given declaration, matched to a text.
 class Matched {
  public:

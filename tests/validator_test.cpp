@@ -5,18 +5,19 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstddef>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "cli_engine/json_ref.hpp"
+
 namespace {
 
-struct JsonRelease {
-  void operator()(json_t *value) const { json_decref(value); }
-};
-using JsonRef = std::unique_ptr<json_t, JsonRelease>;
+using cli_engine::JsonRef;
 
 class Registry : public testing::Test {
  protected:
@@ -153,14 +154,13 @@ TEST_F(RegistryDeathTest, NullArgumentsAreReported) {
 }
 
 TEST_F(Registry, UnknownTypesLeaveTheValidatorZero) {
-  const validator zero{};
   for (const char *text :
        {R"({"#type": "Int"})", R"({"#type": ""})", R"({"#type": "intx", "#enum": [1]})", R"({"#type": 5})", "{}"}) {
     const JsonRef declaration(json_loads(text, 0, nullptr));
     validator v;
     std::memset(&v, 0xff, sizeof v);
     EXPECT_EQ(validator_open(types_, &v, declaration.get()), -1) << text;
-    EXPECT_EQ(std::memcmp(&v, &zero, sizeof v), 0) << text;
+    EXPECT_THAT(std::as_bytes(std::span(&v, 1)), testing::Each(std::byte{0})) << text;
     validator_close(&v);
   }
 }
@@ -179,9 +179,9 @@ TEST_F(Registry, TheFirstTypeOfANameStays) {
 }
 
 TEST_F(Registry, FindsEveryOneOfManyTypes) {
-  std::vector<std::string> names;
-  for (int i = 0; i < 100; i++) {
-    names.push_back("type" + std::to_string(i * 37 % 100));
+  std::vector<std::string> names(100);
+  for (std::size_t i = 0; i < names.size(); i++) {
+    names[i] = "type" + std::to_string(i * 37 % 100);
   }
   std::vector<validator_type> added(names.size());
   for (std::size_t i = 0; i < names.size(); i++) {
