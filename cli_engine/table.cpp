@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "libglobal/report.hpp"
@@ -49,7 +50,7 @@ constexpr StyleDefault kStyleDefaults[] = {
     {&table_style::line_label_top, &table_style::line_col_top, nullptr},
     {&table_style::line_label_bottom, &table_style::line_col_bottom, nullptr},
 };
-static_assert(sizeof(kStyleDefaults) / sizeof(kStyleDefaults[0]) == offsetof(table_style, pad_left) / sizeof(char *));
+static_assert(std::size(kStyleDefaults) == offsetof(table_style, pad_left) / sizeof(char *));
 
 void fill_defaults(table_style &style) {
   for (const StyleDefault &row : kStyleDefaults) {
@@ -115,12 +116,15 @@ void replace_cell(content &cell, const char *text, const cell_attr *attr) {
 
 // Room for the whole row first: the records of a row are not moved between its own appends.
 bool append_blank_cells(table &t) {
-  static constexpr content kBlank{};
-  if (dyn_array_reserve(t.cells, records_per_row(t) * sizeof(content)) != 0) {
+  static constexpr content kBlanks[16]{};
+  std::size_t missing = records_per_row(t);
+  if (dyn_array_reserve(t.cells, missing * sizeof(content)) != 0) {
     return false;
   }
-  for (std::size_t i = 0; i < records_per_row(t); ++i) {
-    dyn_array_append(t.cells, &kBlank, sizeof(content));
+  while (missing != 0) {
+    const std::size_t batch = std::min(missing, std::size(kBlanks));
+    dyn_array_append(t.cells, kBlanks, batch * sizeof(content));
+    missing -= batch;
   }
   return true;
 }
