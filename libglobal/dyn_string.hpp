@@ -29,7 +29,7 @@ inline char *room_for(DynString &s, std::size_t more) {
 
 inline void append(DynString &s, std::string_view text) {
   char *end = room_for(s, text.size());
-  std::memcpy(end, text.data(), text.size());
+  text.copy(end, text.size());  // takes an empty view of nothing too
   end[text.size()] = '\0';
   s.len += text.size();
 }
