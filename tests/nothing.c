@@ -1,0 +1,1 @@
+extern int nothing; /* headers are included from the command line */
