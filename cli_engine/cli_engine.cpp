@@ -1,4 +1,5 @@
 // Bringing an engine up, taking it down, exchanging its language.
+#define CLI_ENGINE_NO_LAYOUT_CHECK  // this is what the check stands before
 #include "cli_engine/cli_engine.h"
 
 #include <cstdio>
@@ -6,6 +7,7 @@
 #include "cli_engine/loader.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/parser.hpp"
+#include "libglobal/log_assert.h"
 
 cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, void *context, json_t *privileges) {
   tokenizer_open(&engine->tokenizer);
@@ -55,4 +57,17 @@ void cli_unload_commands(cli *engine) {
   }
   cli_engine::forget_nodes(engine->parser);
   cli_engine::node_free(&engine->root);
+}
+
+const char *cli_engine_version(void) {
+  return CLI_ENGINE_VERSION;
+}
+
+void cli_engine_check_layout(unsigned layout, size_t record_size) {
+  if (layout != CLI_ENGINE_LAYOUT || record_size != sizeof(cli)) {
+    log_assert_fmt(
+        "layout == CLI_ENGINE_LAYOUT && record_size == sizeof(cli)", cli_engine::kEngineSource, __func__,
+        "the host was built for layout %u with %zu bytes, the library %s has layout %d with %zu: rebuild the host",
+        layout, record_size, CLI_ENGINE_VERSION, CLI_ENGINE_LAYOUT, sizeof(cli));
+  }
 }

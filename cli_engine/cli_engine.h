@@ -30,6 +30,7 @@
 #include "cli_engine/parser.h"
 #include "cli_engine/tokenizer.h"
 #include "cli_engine/validator.h"
+#include "cli_engine/version.h"
 #include "libglobal/dyn_string.h"
 #include "libglobal/export.h"
 
@@ -174,6 +175,17 @@ struct cli {
  * be null. Handlers are found by dlsym among the process's global symbols. Returns the engine, or null, with a message
  * on standard output, when the definitions are null or not an object; any other fault in them ends the process. */
 CLI_API cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, void *context, json_t *privileges);
+
+/* cli_init, after the check that host and library agree about the records. It stands for cli_init in every host, so
+ * that one that was built against another layout is told so instead of crashing. */
+#ifndef CLI_ENGINE_NO_LAYOUT_CHECK
+static inline cli *cli_init_checked(cli *engine, validator_typesystem *types, json_t *definitions, void *context,
+                                    json_t *privileges) {
+  cli_engine_check_layout(CLI_ENGINE_LAYOUT, sizeof(cli));
+  return cli_init(engine, types, definitions, context, privileges);
+}
+#define cli_init cli_init_checked
+#endif
 
 /* Takes the engine down; the record stays the host's. Null is harmless. */
 CLI_API void cli_free(cli *engine);

@@ -1,0 +1,89 @@
+# What `cmake --install` puts where, and the Debian packages made of it.
+#   runtime      libcli_engine.so.N
+#   development  headers, static library, CMake package, pkg-config file, manual of the library
+#   shell        cli-shell, schemas, its manual pages
+
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/cli_engine)
+
+install(TARGETS cli_engine_shared cli_engine_static EXPORT cli_engine_targets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(DIRECTORY cli_engine libglobal DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+        FILES_MATCHING PATTERN "*.h")
+install(EXPORT cli_engine_targets NAMESPACE cli_engine:: DESTINATION ${package_dir} COMPONENT development)
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/packaging/cli_engine-config.cmake.in
+                              ${PROJECT_BINARY_DIR}/cli_engine-config.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/cli_engine-config-version.cmake COMPATIBILITY SameMinorVersion)
+configure_file(${PROJECT_SOURCE_DIR}/packaging/cli_engine.pc.in ${PROJECT_BINARY_DIR}/cli_engine.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/cli_engine-config.cmake ${PROJECT_BINARY_DIR}/cli_engine-config-version.cmake
+        DESTINATION ${package_dir} COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/cli_engine.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+install(FILES ${PROJECT_SOURCE_DIR}/docs/man/cli_engine.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3
+        COMPONENT development)
+if(TARGET cli-shell)
+  install(TARGETS cli-shell RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT shell)
+  install(FILES ${PROJECT_SOURCE_DIR}/cli_shell/plugin.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/cli_shell
+          COMPONENT development)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/cli-shell/schema COMPONENT shell
+          FILES_MATCHING PATTERN "*.schema.json")
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/cli-shell.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT shell)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/cli-definition.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5
+          COMPONENT shell)
+endif()
+
+# ---- Debian packages ----
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME cli-engine)
+set(CPACK_PACKAGE_CONTACT "libcli_engine maintainers <maintainers@cli-engine.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL runtime development)
+if(TARGET cli-shell)
+  list(APPEND CPACK_COMPONENTS_ALL shell)
+endif()
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/cli_engine)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+
+set(runtime_package libcli-engine${CLI_ENGINE_SOVERSION})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Command-line engine for network devices (library)
+ A host program declares a command language in a JSON document and feeds the library one line at a time.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libcli-engine-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "${runtime_package} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), libjansson-dev")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Command-line engine for network devices (development files)
+ Headers, static library, CMake package and pkg-config file.")
+set(CPACK_DEBIAN_SHELL_PACKAGE_NAME cli-shell)
+set(CPACK_DEBIAN_SHELL_PACKAGE_SECTION shells)
+set(CPACK_DEBIAN_SHELL_PACKAGE_DEPENDS
+    "${runtime_package} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+set(CPACK_DEBIAN_SHELL_PACKAGE_RECOMMENDS less)
+set(CPACK_COMPONENT_SHELL_DESCRIPTION "Shell for command languages of network devices
+ Runs, checks, previews and tests languages for libcli_engine.")
+
+foreach(part IN ITEMS runtime:${runtime_package} development:libcli-engine-dev shell:cli-shell)
+  string(REPLACE ":" ";" part ${part})
+  list(GET part 0 component)
+  list(GET part 1 package)
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
+          COMPONENT ${component})
+  install(FILES ${PROJECT_BINARY_DIR}/changelog.Debian.gz DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
+          COMPONENT ${component})
+endforeach()
+configure_file(${PROJECT_SOURCE_DIR}/packaging/changelog.Debian.in ${PROJECT_BINARY_DIR}/changelog.Debian @ONLY)
+execute_process(COMMAND gzip -9nc ${PROJECT_BINARY_DIR}/changelog.Debian
+                OUTPUT_FILE ${PROJECT_BINARY_DIR}/changelog.Debian.gz)
+include(CPack)
