@@ -108,7 +108,7 @@ class Pager : public testing::Test {
     std::size_t size = 0;
     for (int line = 0; line < lines; ++line) {
       for (int part = 0; part < line % 11; ++part) {
-        pager_feedfmt(&pager_, "%*d ", line % 29, line);
+        pager_feedfmt(&pager_, "%*d ", 2 * (line % 29), line);
       }
       size += dyn_string_len(pager_line(&pager_));
       pager_newline(&pager_);
@@ -254,6 +254,7 @@ TEST_F(Pager, InterruptedReadsLoseNothing) {
   setitimer(ITIMER_REAL, &never, nullptr);
   sigaction(SIGALRM, &previous, nullptr);
   EXPECT_EQ(status, 0);
+  EXPECT_EQ(dyn_string_len(pager_line(&pager_)), 0U) << "the last line is ended";
   EXPECT_EQ(show(), "1.\n2.\n3.\n4\n");
 }
 

@@ -67,6 +67,7 @@ TEST_F(Tokenizer, SplitsAndUnquotes) {
       {R"("")", -1, ""},
       {R"(a "" b)", -1, "a||b"},
       {R"(a""'' b)", -1, "a|b"},
+      {"'a'  b ", -1, "a|b"},
       {"'it''s'", -1, "its"},
       {R"("a'b" 'c"d')", -1, R"(a'b|c"d)"},
       {R"(ab"c d"e)", -1, "abc de"},
