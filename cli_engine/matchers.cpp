@@ -279,7 +279,7 @@ int match_ipv4_address(const validator * /*v*/, const char *text, std::size_t le
     const std::size_t dot = rest.find('.');
     const bool last = dot == std::string_view::npos;
     parts++;
-    if ((!last && (parts == 4 || dot == 0)) || !number_up_to(255, rest.substr(0, dot), 0)) {
+    if ((!last && parts == 4) || !number_up_to(255, rest.substr(0, dot), 0)) {
       return MATCH_NONE;
     }
     rest.remove_prefix(last ? rest.size() : dot + 1);
