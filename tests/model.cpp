@@ -337,6 +337,7 @@ std::optional<std::string> value_of(const Node &node) {
   if (node.listed) text = entry_meant(node, text, undecided).value_or(text);
   if (node.numeric) return std::to_string(number(node, text).value_or(0));
   json_t *string = json_string(text.c_str());
+  if (!string) return std::nullopt;  // not UTF-8
   std::string result = encoded(string);
   json_decref(string);
   return result;
@@ -544,7 +545,7 @@ std::string Engine::choose_prompt(json_t *value) {
 
 void Engine::refresh_prompt() {
   const std::string mode = current->prompt ? "(" + choose_prompt(current->prompt) + ")" : "";
-  prompt = "cli" + mode.substr(0, 31) + "> ";
+  prompt = host + "cli" + mode.substr(0, 31) + "> ";
 }
 
 void Engine::enter_mode(Node *node) {

@@ -68,6 +68,7 @@ class Engine {
   void complete(const std::string &line, std::vector<std::string> &result);
   void leave_mode();
   void leave_all_modes();
+  void refresh_prompt();
   void dump(const Node &node);
 
   [[nodiscard]] Node *find(Node &from, const std::string &path) const;
@@ -77,7 +78,7 @@ class Engine {
   Node *current = &root;
   std::vector<Node *> modes;
   int privilege = 1;
-  std::string out, prompt = "cli> ";
+  std::string out, host, prompt = "cli> ";
   std::vector<std::string> pager;
   std::function<int(Node &)> handler;  // runs node.handler
   struct {
@@ -94,7 +95,6 @@ class Engine {
   bool check(json_t *condition, bool negate);
   void add_built_ins(Node &mode);
   void enter_mode(Node *node);
-  void refresh_prompt();
 
   Node *run();
   Node *parse();

@@ -39,6 +39,7 @@ struct Language {
 struct Session {
   Language languages[2];
   std::vector<Step> steps;
+  std::string host;  // the first part of the prompt
 };
 
 // ---- What both sides are asked for, as text ----
@@ -150,8 +151,26 @@ namespace {
 // ---- Languages ----
 
 // Short words that abbreviate one another, in both cases, and names that the library adds itself.
-constexpr const char *kWords[] = {"a",  "ab", "abc", "A",   "b",   "bc",   "aB", "ba", "c",
-                                  "cd", "do", "e",   "end", "exi", "exit", "x1", "1",  "12"};
+constexpr const char *kWords[] = {"a",
+                                  "ab",
+                                  "abc",
+                                  "A",
+                                  "b",
+                                  "bc",
+                                  "aB",
+                                  "ba",
+                                  "c",
+                                  "cd",
+                                  "do",
+                                  "e",
+                                  "end",
+                                  "exi",
+                                  "exit",
+                                  "x1",
+                                  "1",
+                                  "12",
+                                  "a-word-wide-enough-to-fill-lines",
+                                  "caf\xc3\xa9"};
 constexpr const char *kEntries[] = {"\"a\"", "\"ab\"", "\"abc\"", "\"ABC\"", "\"on\"", "\"off\"",
                                     "\"1\"", "\"12\"", "12",      "10",      "true",   "\"x y\""};
 constexpr const char *kPrompts[] = {"p", "q", "a"};
@@ -162,6 +181,7 @@ class Generator {
 
   Session session() {
     Session session;
+    if (chance(20)) session.host = std::string(31, 'h');
     model::Engine engine;
     engine.handler = [&](model::Node &node) { return behave(engine, node); };
     for (Language &language : session.languages) language = loadable();
@@ -417,7 +437,7 @@ class Generator {
       if (node->kind == model::kMode && node->parent && chance(95)) break;
     }
     if (!node) {
-      for (int i = pick(4); i > 0; --i) words.push_back(word());
+      for (int i = pick(chance(5) ? 20 : 4); i > 0; --i) words.push_back(word());
     }
     if (chance(12)) words.insert(words.begin() + pick(static_cast<int>(words.size()) + 1), word());
     if (chance(6) && !words.empty()) words.erase(words.begin() + pick(static_cast<int>(words.size())));
@@ -427,6 +447,7 @@ class Generator {
       text += (quote ? "\"" + each + "\"" : each) + (chance(5) ? "  " : " ");
     }
     if (chance(engine ? 60 : 90) && !text.empty()) text.pop_back();
+    if (chance(4)) text.insert(index(text.size() + 1), 1, "\\'\"\t#\xc3\xff"[pick(7)]);
     if (chance(3)) text += chance(50) ? "\"\"" : chance(50) ? "\\" : "\"a ";
     return text;
   }
@@ -484,6 +505,7 @@ class Library {
   explicit Library(const Session &session) : session_(session), types_(validator_typesystem_new()) {
     engine.exit_handler = handler_exit;
     engine.end_handler = handler_end;
+    snprintf(engine.prompt_host, sizeof engine.prompt_host, "%s", session.host.c_str());
     const Language &language = session.languages[0];
     cli_init(&engine, types_, language.definitions.get(), nullptr, language.privileges.get());
   }
@@ -562,6 +584,8 @@ std::string differs(const Session &session) {
   Library library(session);
   model::Engine model;
   model.handler = [&](model::Node &node) { return behave(model, node); };
+  model.host = session.host;
+  model.refresh_prompt();
   model.load(session.languages[0].definitions.get(), session.languages[0].privileges.get());
   model.dump(model.root);
   cli_debug_dump(&library.engine);
