@@ -3,25 +3,19 @@
 #ifndef CLI_SHELL_SHELL_HPP
 #define CLI_SHELL_SHELL_HPP
 
-#include <memory>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
+#include "cli_shell/completion.hpp"
 #include "cli_shell/documents.hpp"
 #include "cli_shell/handlers_library.hpp"
 #include "cli_shell/options.hpp"
 #include "cli_shell/output.hpp"
 
 namespace cli_shell {
-
-// What Tab may put in the place of the word being typed.
-struct Completion {
-  size_t start;                    // the words replace the line from this byte on, quotes already typed included
-  std::vector<std::string> words;  // whole words, quoted where that is needed, with the blank that must follow; in the
-                                   // order of the listing, without repeats. Empty: nothing can be completed, show help
-};
 
 class Shell {
  public:
@@ -32,7 +26,14 @@ class Shell {
   Shell(const Shell &) = delete;
   Shell &operator=(const Shell &) = delete;
 
+  // Lets the handlers libraries begin (cli_shell_start) and asks for their secrets; once, before the first line. What
+  // was started is stopped (cli_shell_stop) when the shell is destroyed.
+  void start();
+
   cli *engine() { return &record_.engine; }
+
+  // The shell that an engine belongs to; only for engines that a handler of this program is called with.
+  static Shell &of(cli *engine);
 
   // ---- Lines. A comment line ("!" or "#" first) does nothing. While one of these runs in an interactive session,
   // SIGINT ends the output and its filters, and nothing else; it is handled here.
@@ -42,6 +43,13 @@ class Shell {
 
   // Executes a line as it stands, without filters or pager.
   void execute_plain(const std::string &line);
+
+  // Executes the lines that `next` gives, as execute_plain does, until it gives none or leaving was requested; one set
+  // of processes serves them all. `live`: what a line printed is passed on before the next line is asked for.
+  void execute_all(const std::function<const char *()> &next, bool live);
+
+  // Runs a body whose standard output is treated as a command's: harmless, and paged when that is asked for.
+  void print(const std::function<void()> &body, bool paged = false);
 
   // Prints what may follow the text before the cursor ("?"), filters behind " | " included.
   void help(const std::string &before_cursor);
@@ -61,6 +69,9 @@ class Shell {
   // No mode is entered.
   bool at_top() const { return record_.engine.current == &record_.engine.root; }
 
+  // Asks for the end of the session after the present line.
+  void request_leave() { leave_requested_ = true; }
+
   // An "exit" ran at the top level, or standard output was lost: read no further line.
   bool leave_requested() const { return leave_requested_ || output_.lost(); }
 
@@ -71,19 +82,26 @@ class Shell {
   bool colours() const { return output_.colours(); }
 
  private:
-  friend struct ShellRecord;
-
   // The engine first: handlers get from its address to the shell.
   struct Record {
     cli engine;
     Shell *shell;
   };
 
+  // A run over the line, with marks in the tree as a line that is executed leaves them.
+  cli_node *parse(const std::string &line);
+  bool selects_command(const std::string &command, size_t &echo_size);
+  void say(const std::string &message);
+  void help_filters(const std::string &before_cursor, size_t filter_start);
+  bool is_secret_name(const char *name) const;
+  bool is_secret_value(const cli_node *node) const;
+
   Record record_;
   validator_typesystem *types_ = nullptr;
   std::vector<HandlersLibrary> libraries_;
-  std::vector<std::string> secrets_;
+  std::vector<std::string> secrets_ = {"password", "secret"};
   Output output_;
+  bool started_ = false;
   bool leave_requested_ = false;
 };
 
