@@ -205,10 +205,9 @@ class Chain {
 // The chain at work, for a body that ends the process: what it printed is shown before the process is gone.
 Chain *running_chain = nullptr;
 
-void finish_running_chain() {
-  if (!running_chain) return;
-  std::fflush(stdout);
-  running_chain->finish();
+void finish_output_at_exit() {
+  if (std::fflush(stdout) != 0 && !running_chain) say_output_lost(errno);
+  if (running_chain) running_chain->finish();
   running_chain = nullptr;
 }
 
@@ -238,7 +237,7 @@ Output::Output(ColourChoice choice, bool interactive) : policy_{}, interactive_(
   // What a handler prints bit by bit reaches a user bit by bit, though descriptor 1 is a pipe by then.
   if (policy_.terminal) std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   std::signal(SIGPIPE, do_nothing);
-  static const int registered = std::atexit(finish_running_chain);
+  static const int registered = std::atexit(finish_output_at_exit);
   static_cast<void>(registered);
 }
 
@@ -263,6 +262,10 @@ void Output::run(const std::function<void()> &body, Route route) {
   }
 
   const InterruptGuard guard(interactive_);
+  if (lost_) {  // that was said; what still has to run does so unheard
+    body();
+    return drop_unwritten();
+  }
   if (stages.empty()) {
     body();
     return note_loss();
