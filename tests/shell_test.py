@@ -58,14 +58,14 @@ class Options(Case):
             (["--color=pink", LANGUAGE], "--color takes auto, always or never, not 'pink'"),
             ([unreadable], unreadable + ": No such file or directory"),
             ([self.folder], self.folder + ": Is a directory"),
-            ([broken], broken + ":2:22: unexpected token near '}'"),
+            ([broken], broken + ":2:21: unexpected token near '}'"),
             ([twice], twice + ":2:4: duplicate object key near '\"a\"'"),
-            ([self.file("text", b"hello")], self.folder + "/text:1:1: '[' or '{' expected near 'hello'"),
+            ([self.file("text", b"hello")], self.folder + "/text:1:5: '[' or '{' expected near 'hello'"),
             ([self.file("array", b"[]")], self.folder + "/array: the document is not a JSON object"),
             ([LANGUAGE, "--privileges", unreadable], unreadable + ": No such file or directory"),
             ([LANGUAGE, "-c", "level", "-f", unreadable], unreadable + ": No such file or directory"),
             ([LANGUAGE, "-c", "level", "-f", self.folder], self.folder + ": Is a directory"),
-            ([LANGUAGE, "-c", "level", "--handlers", broken], re.compile("cannot load handlers: .*invalid ELF")),
+            ([LANGUAGE, "-c", "level", "--handlers", broken], re.compile("cannot load handlers: .*(file too short|invalid ELF)")),
         ]
         for arguments, message in cases:
             with self.subTest(arguments):
@@ -157,11 +157,14 @@ class Lines(Case):
         few, many = self.file("few", text), self.file("many", text * 10)
 
         def peak(path):
-            shell = subprocess.Popen([SHELL, "--handlers", HANDLERS, LANGUAGE, "-f", path], stdout=subprocess.DEVNULL)
-            return os.wait4(shell.pid, 0)[2].ru_maxrss
+            shell = os.posix_spawn(SHELL, [SHELL, "--handlers", HANDLERS, LANGUAGE, "-f", path], ENVIRONMENT,
+                                   file_actions=[(os.POSIX_SPAWN_OPEN, 1, "/dev/null", os.O_WRONLY, 0)])
+            return os.wait4(shell, 0)[2].ru_maxrss
 
-        if "sanitize" not in os.environ.get("SHELL_BUILD", ""):
-            self.assertLess(peak(many), peak(few) + 512)
+        with open(SHELL, "rb") as program:
+            if b"__asan_init" in program.read():
+                self.skipTest("the sanitizer keeps freed memory")
+        self.assertLess(peak(many), peak(few) + 512)
 
 
 class Lost(Case):
@@ -199,7 +202,7 @@ class Filters(Case):
             (r"include 192\.0\.2\.\.", []),
             ("include mtu 9|secondary", CONFIG[3:4] + CONFIG[5:6]),
             ("include (mtu|sec)", [CONFIG[1], CONFIG[3], CONFIG[5]]),
-            ("exclude ^ ", [CONFIG[0], CONFIG[4], CONFIG[6]]),
+            ("exclude '^ '", [CONFIG[0], CONFIG[4], CONFIG[6]]),
             ("begin 9000", CONFIG[5:]),
             ("begin nothing", []),
             ("section eth0", CONFIG[:4]),
@@ -279,7 +282,7 @@ class Display(Case):
         for arguments, env in ([], None), (["--color=never"], None), ([], {"NO_COLOR": "1"}):
             self.assertNotIn("\x1b", run("-c", "show config", "-c", "show bytes " + self.HOSTILE, *arguments, env=env)[0])
         out = run("-c", "show bytes 611b5b333b346d621b5b324b631b64", "--color=never")[0]
-        self.assertEqual("abc\\x1bd", out.splitlines()[1][:-7])
+        self.assertEqual("abc\\x1bd", out.splitlines()[1])
 
     def test_colours_always_changes_nothing(self):
         out = run("-c", "show bytes " + self.HOSTILE, "--color=always")[0]
@@ -343,8 +346,8 @@ class Display(Case):
         shell = self.terminal("--color=never", "--no-more")
         shell.expect("cli> ")
         for line, running in [("show lines 4000000", "line 5"), ("show lines 4000000 | include 7", "line 7"),
-                              ("system 'echo going; sleep 1000'", "going\r\n"),
-                              ("system 'echo going; sleep 1000' | include g", "going\r\n")]:
+                              ("system 'echo going; exec sleep 1000'", "going\r\n"),
+                              ("system 'echo going; exec sleep 1000' | include g", "going\r\n")]:
             shell.sendline(line)
             shell.expect(re.escape(running))
             shell.sendintr()
