@@ -1,0 +1,167 @@
+#include "cli_shell/display_text.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+
+namespace cli_shell {
+namespace {
+
+constexpr char kEscape = '\x1b';
+constexpr size_t kLongestSequence = 256;  // a longer one is no sequence but rubbish
+
+bool in_range(char c, unsigned char low, unsigned char high) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= low && byte <= high;
+}
+
+bool is_plain(char c) {
+  return in_range(c, 0x20, 0x7e) || c == '\n' || c == '\t';
+}
+
+// Lengths found at the start of a text; what is still open when the text ends may go on in the next piece.
+struct Extent {
+  enum class Kind { kWhole, kOpen, kNone } kind;
+  size_t length = 0;
+};
+
+// A control sequence: ESC [ parameters, intermediates, one final byte.
+Extent control_sequence(std::string_view text) {
+  size_t i = 1;
+  if (i < text.size() && text[i] != '[') return {Extent::Kind::kNone};
+  ++i;
+  while (i < text.size() && in_range(text[i], 0x30, 0x3f)) ++i;
+  while (i < text.size() && in_range(text[i], 0x20, 0x2f)) ++i;
+  if (i > kLongestSequence) return {Extent::Kind::kNone};
+  if (i >= text.size()) return {Extent::Kind::kOpen};
+  if (!in_range(text[i], 0x40, 0x7e)) return {Extent::Kind::kNone};
+  return {Extent::Kind::kWhole, i + 1};
+}
+
+bool is_colour_sequence(std::string_view sequence) {
+  return sequence.back() == 'm' && std::all_of(sequence.begin() + 2, sequence.end() - 1,
+                                               [](char c) { return in_range(c, '0', '9') || c == ';'; });
+}
+
+// Lead bytes with the range of their first continuation byte, which keeps out overlong forms, surrogates and what lies
+// above U+10FFFF.
+struct Utf8Lead {
+  unsigned char first, last;
+  size_t length;
+  unsigned char low, high;
+};
+constexpr Utf8Lead kUtf8Leads[] = {
+    {0xc2, 0xdf, 2, 0x80, 0xbf}, {0xe0, 0xe0, 3, 0xa0, 0xbf}, {0xe1, 0xec, 3, 0x80, 0xbf}, {0xed, 0xed, 3, 0x80, 0x9f},
+    {0xee, 0xef, 3, 0x80, 0xbf}, {0xf0, 0xf0, 4, 0x90, 0xbf}, {0xf1, 0xf3, 4, 0x80, 0xbf}, {0xf4, 0xf4, 4, 0x80, 0x8f},
+};
+
+Extent utf8_character(std::string_view text) {
+  for (const Utf8Lead &lead : kUtf8Leads) {
+    if (!in_range(text[0], lead.first, lead.last)) continue;
+    for (size_t i = 1; i < lead.length; ++i) {
+      if (i == text.size()) return {Extent::Kind::kOpen};
+      if (!in_range(text[i], i == 1 ? lead.low : 0x80, i == 1 ? lead.high : 0xbf)) return {Extent::Kind::kNone};
+    }
+    return {Extent::Kind::kWhole, lead.length};
+  }
+  return {Extent::Kind::kNone};
+}
+
+// The controls U+0080 to U+009F, among them a one-character ESC [.
+bool is_c1_control(std::string_view character) {
+  return character.size() == 2 && character[0] == '\xc2' && in_range(character[1], 0x80, 0x9f);
+}
+
+void show_byte(char c, std::string &out) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  const auto byte = static_cast<unsigned char>(c);
+  out += "\\x";
+  out += kDigits[byte >> 4];
+  out += kDigits[byte & 15];
+}
+
+}  // namespace
+
+void DisplayText::feed(std::string_view piece, std::string &out) {
+  if (kept_.empty()) return convert(piece, false, out);
+  std::string text = std::move(kept_);
+  kept_.clear();
+  text += piece;
+  convert(text, false, out);
+}
+
+void DisplayText::finish(std::string &out) {
+  const std::string text = std::move(kept_);
+  kept_.clear();
+  convert(text, true, out);
+}
+
+void DisplayText::convert(std::string_view text, bool at_end, std::string &out) {
+  while (!text.empty()) {
+    const auto plain = static_cast<size_t>(std::find_if_not(text.begin(), text.end(), is_plain) - text.begin());
+    out += text.substr(0, plain);
+    text.remove_prefix(plain);
+    if (text.empty()) return;
+
+    if (text[0] == kEscape) {
+      const Extent sequence = control_sequence(text);
+      if (sequence.kind == Extent::Kind::kOpen && !at_end) break;
+      if (sequence.kind == Extent::Kind::kWhole) {
+        const std::string_view whole = text.substr(0, sequence.length);
+        const bool colour = is_colour_sequence(whole);
+        if (colour || !policy_.terminal) {
+          if (colour && policy_.colours) out += whole;
+          text.remove_prefix(whole.size());
+          continue;
+        }
+      }
+      show_byte(text[0], out);
+      text.remove_prefix(1);
+      continue;
+    }
+
+    size_t length = 1;
+    bool shown = policy_.terminal;
+    if (policy_.terminal && in_range(text[0], 0x80, 0xff)) {
+      const Extent character = utf8_character(text);
+      if (character.kind == Extent::Kind::kOpen && !at_end) break;
+      if (character.kind == Extent::Kind::kWhole) {
+        length = character.length;
+        shown = is_c1_control(text.substr(0, length));
+      }
+    }
+    for (const char c : text.substr(0, length)) {
+      if (shown)
+        show_byte(c, out);
+      else
+        out += c;
+    }
+    text.remove_prefix(length);
+  }
+  kept_ = text;
+}
+
+std::string harmless(std::string_view text) {
+  DisplayText display({.colours = false, .terminal = true});
+  std::string out;
+  display.feed(text, out);
+  display.finish(out);
+  return out;
+}
+
+std::string_view without_sequences(std::string_view line, std::string &buffer) {
+  if (line.find(kEscape) == std::string_view::npos) return line;
+  buffer.clear();
+  while (!line.empty()) {
+    const size_t start = std::min(line.find(kEscape), line.size());
+    buffer += line.substr(0, start);
+    line.remove_prefix(start);
+    if (line.empty()) break;
+    const Extent sequence = control_sequence(line);
+    if (sequence.kind != Extent::Kind::kWhole) buffer += line[0];
+    line.remove_prefix(sequence.kind == Extent::Kind::kWhole ? sequence.length : 1);
+  }
+  return buffer;
+}
+
+}  // namespace cli_shell

@@ -1,0 +1,45 @@
+#include "cli_shell/documents.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "cli_shell/file_descriptor.hpp"
+#include "cli_shell/options.hpp"
+
+namespace cli_shell {
+
+std::string read_file(const std::string &path) {
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file) throw UserError(path + ": " + std::strerror(errno));
+  std::string text;
+  char block[65536];
+  for (;;) {
+    const ssize_t count = read(file.get(), block, sizeof block);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw UserError(path + ": " + std::strerror(errno));
+    if (count == 0) return text;
+    text.append(block, static_cast<size_t>(count));
+  }
+}
+
+JsonRef load_document(const std::string &path) {
+  const std::string text = read_file(path);
+  json_error_t error;
+  JsonRef document(json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, &error));
+  if (!document)
+    throw UserError(path + ":" + std::to_string(error.line) + ":" + std::to_string(error.column) + ": " + error.text);
+  if (!json_is_object(document.get())) throw UserError(path + ": the document is not a JSON object");
+  return document;
+}
+
+Documents load_documents(const std::string &definitions, const std::optional<std::string> &privileges) {
+  Documents documents;
+  documents.definitions = load_document(definitions);
+  if (privileges) documents.privileges = load_document(*privileges);
+  return documents;
+}
+
+}  // namespace cli_shell

@@ -1,0 +1,73 @@
+// cli-shell: a shell that speaks the command language of a definition document.
+#include <fcntl.h>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+
+#include "cli_shell/raw_write.hpp"
+#include "cli_shell/subcommands.hpp"
+
+namespace cli_shell {
+namespace {
+
+constexpr int kCannotRun = 2;
+
+// The first row is what a command line without a subcommand means.
+constexpr Subcommand kSubcommands[] = {
+    {"run", run_main, "run [options] DEFINITION.json", {}},
+};
+
+// Characters are UTF-8, whatever encoding the environment names.
+void set_character_encoding() {
+  std::setlocale(LC_CTYPE, "");
+  if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0) std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+// A standard descriptor that was closed would be the number of the next file that is opened.
+void open_standard_descriptors() {
+  while (true) {
+    const int fd = open("/dev/null", O_RDWR);
+    if (fd > STDERR_FILENO) close(fd);
+    if (fd < 0 || fd >= STDERR_FILENO) return;
+  }
+}
+
+int print_text(const std::string &text) {
+  if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return 0;
+  say_on_standard_error(std::string("cannot write standard output: ") + std::strerror(errno));
+  return 1;
+}
+
+int run(std::vector<std::string> arguments) {
+  for (const std::string &argument : arguments) {
+    if (argument == "--") break;
+    if (argument == "--help") return print_text(usage(kSubcommands));
+    if (argument == "--version") return print_text("cli-shell " CLI_SHELL_VERSION "\n");
+  }
+  const Subcommand *subcommand = &kSubcommands[0];
+  const auto named = std::find_if(std::begin(kSubcommands), std::end(kSubcommands), [&](const Subcommand &row) {
+    return !arguments.empty() && arguments[0] == row.name;
+  });
+  if (named != std::end(kSubcommands)) {
+    subcommand = named;
+    arguments.erase(arguments.begin());
+  }
+  return subcommand->main(parse_options(arguments, subcommand->extra));
+}
+
+}  // namespace
+}  // namespace cli_shell
+
+int main(int argc, char **argv) try {
+  cli_shell::open_standard_descriptors();
+  cli_shell::set_character_encoding();
+  return cli_shell::run({argv + std::min(argc, 1), argv + argc});
+} catch (const std::exception &error) {
+  cli_shell::say_on_standard_error(error.what());
+  return cli_shell::kCannotRun;
+}

@@ -1,0 +1,176 @@
+#include "cli_shell/options.hpp"
+
+#include <cctype>
+#include <charconv>
+#include <cstring>
+
+namespace cli_shell {
+namespace {
+
+int level_from(const std::string &text) {
+  int level = 0;
+  const char *end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, level);
+  if (error != std::errc() || stop != end || level < 0 || level > 15)
+    throw UserError("--level takes a number from 0 to 15, not '" + text + "'");
+  return level;
+}
+
+char prompt_end_from(const std::string &text) {
+  if (text.size() != 1 || !std::isgraph(static_cast<unsigned char>(text[0])))
+    throw UserError("--end takes one printable character, not '" + text + "'");
+  return text[0];
+}
+
+ColourChoice colour_from(const std::string &text) {
+  if (text == "auto") return ColourChoice::kAuto;
+  if (text == "always") return ColourChoice::kAlways;
+  if (text == "never") return ColourChoice::kNever;
+  throw UserError("--color takes auto, always or never, not '" + text + "'");
+}
+
+struct CommonOption {
+  const char *name;
+  const char *argument;  // null when it takes nothing
+  const char *help;
+  void (*take)(Options &options, const std::string &argument);
+};
+
+constexpr CommonOption kCommon[] = {
+    {"--privileges", "FILE", "the privilege table", [](Options &o, const std::string &a) { o.privileges = a; }},
+    {"--handlers", "LIB.so", "a library of handlers (repeatable)",
+     [](Options &o, const std::string &a) { o.handlers.push_back(a); }},
+    {"--level", "N", "the user's privilege level, 0 to 15 (default 1)",
+     [](Options &o, const std::string &a) { o.level = level_from(a); }},
+    {"--host", "TEXT", "the first part of the prompt", [](Options &o, const std::string &a) { o.host = a; }},
+    {"--name", "TEXT", "the name in the prompt (default cli)", [](Options &o, const std::string &a) { o.name = a; }},
+    {"--end", "CHAR", "the end of the prompt (default >)",
+     [](Options &o, const std::string &a) { o.end = prompt_end_from(a); }},
+    {"-c", "LINE", "execute a line, filters included (repeatable)",
+     [](Options &o, const std::string &a) {
+       o.actions.push_back({Action::Kind::kLine, a});
+     }},
+    {"-f", "FILE", "execute the lines of a file (repeatable)",
+     [](Options &o, const std::string &a) {
+       o.actions.push_back({Action::Kind::kFile, a});
+     }},
+    {"--color", "WHEN", "auto, always or never (auto: on a terminal, unless NO_COLOR is set)",
+     [](Options &o, const std::string &a) { o.colour = colour_from(a); }},
+    {"--no-more", nullptr, "do not page long output", [](Options &o, const std::string &) { o.no_more = true; }},
+    {"--dump", nullptr, "print the language in bracket notation; no handlers are needed",
+     [](Options &o, const std::string &) { o.dump = true; }},
+};
+
+// The arguments, read from the left.
+class Reader {
+ public:
+  explicit Reader(const std::vector<std::string> &arguments) : arguments_(arguments) {}
+
+  bool done() const { return next_ == arguments_.size(); }
+  const std::string &next() { return arguments_[next_++]; }
+
+  // What an option takes: behind its "=", or the next argument.
+  std::string value_of(const std::string &name, const std::optional<std::string> &attached) {
+    if (attached) return *attached;
+    if (done()) throw UserError("option " + name + " needs a value");
+    return next();
+  }
+
+ private:
+  const std::vector<std::string> &arguments_;
+  size_t next_ = 0;
+};
+
+// "--name=value" taken apart, and "-cLINE" likewise.
+std::pair<std::string, std::optional<std::string>> split_attached(const std::string &argument) {
+  if (argument.starts_with("--")) {
+    const size_t equals = argument.find('=');
+    if (equals == std::string::npos) return {argument, std::nullopt};
+    return {argument.substr(0, equals), argument.substr(equals + 1)};
+  }
+  if (argument.size() == 2) return {argument, std::nullopt};
+  return {argument.substr(0, 2), argument.substr(2)};
+}
+
+void refuse_value(const std::string &name, const std::optional<std::string> &attached) {
+  if (attached) throw UserError("option " + name + " takes no value");
+}
+
+bool take_common(Options &options, Reader &reader, const std::string &name,
+                 const std::optional<std::string> &attached) {
+  for (const CommonOption &row : kCommon) {
+    if (name != row.name) continue;
+    if (!row.argument) refuse_value(name, attached);
+    row.take(options, row.argument ? reader.value_of(name, attached) : std::string());
+    return true;
+  }
+  return false;
+}
+
+bool take_extra(Options &options, Reader &reader, const std::string &name, const std::optional<std::string> &attached,
+                std::span<const ExtraOption> extra) {
+  for (const ExtraOption &row : extra) {
+    if (name != std::string("--") + row.name) continue;
+    if (!row.argument) refuse_value(name, attached);
+    options.extra[row.name] = row.argument ? reader.value_of(name, attached) : std::string();
+    return true;
+  }
+  return false;
+}
+
+std::string usage_row(std::string left, const char *help) {
+  constexpr size_t kHelpColumn = 22;
+  left.resize(std::max(left.size() + 1, kHelpColumn), ' ');
+  return "  " + left + help + "\n";
+}
+
+}  // namespace
+
+Options parse_options(const std::vector<std::string> &arguments, std::span<const ExtraOption> extra) {
+  Options options;
+  Reader reader(arguments);
+  bool options_ended = false;
+  while (!reader.done()) {
+    const std::string &argument = reader.next();
+    if (options_ended || argument.size() < 2 || argument[0] != '-') {
+      options.operands.push_back(argument);
+    } else if (argument == "--") {
+      options_ended = true;
+    } else {
+      const auto [name, attached] = split_attached(argument);
+      if (!take_common(options, reader, name, attached) && !take_extra(options, reader, name, attached, extra))
+        throw UserError("unknown option " + name + "; see cli-shell --help");
+    }
+  }
+  return options;
+}
+
+const std::string &only_operand(const Options &options, const char *what) {
+  if (options.operands.empty()) throw UserError(std::string(what) + " is missing; see cli-shell --help");
+  if (options.operands.size() > 1) throw UserError("unexpected argument '" + options.operands[1] + "'");
+  return options.operands[0];
+}
+
+std::string usage(std::span<const Subcommand> subcommands) {
+  std::string text = "Usage: cli-shell [options] DEFINITION.json\n";
+  for (const Subcommand &row : subcommands) text += std::string("       cli-shell ") + row.synopsis + "\n";
+  text +=
+      "A shell that speaks the command language of a definition document. Without -c and -f, lines are\n"
+      "read from standard input.\n\nOptions:\n";
+  for (const CommonOption &row : kCommon)
+    text += usage_row(std::string(row.name) + (row.argument ? std::string(" ") + row.argument : ""), row.help);
+  text += usage_row("--help, --version", "print this, or the version");
+  for (const Subcommand &subcommand : subcommands) {
+    if (subcommand.extra.empty()) continue;
+    text += std::string("\nOptions of ") + subcommand.name + ":\n";
+    for (const ExtraOption &row : subcommand.extra)
+      text += usage_row(std::string("--") + row.name + (row.argument ? std::string(" ") + row.argument : ""), row.help);
+  }
+  text +=
+      "\nAt the prompt and with -c, a command's output goes through filters: COMMAND | include REGEX,\n"
+      "exclude, begin, section, count, head N, tail N, save FILE. CLI_SHELL_PAGER or PAGER names the\n"
+      "program that shows long output.\n";
+  return text;
+}
+
+}  // namespace cli_shell

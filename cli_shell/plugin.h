@@ -1,0 +1,54 @@
+/* What a handlers library of cli-shell (option --handlers) may export besides its handlers. All of it is optional.
+ *
+ * The library is loaded before the definition document, so that every "#handler" name is found in it. The calls come
+ * in this order, for each library in the order of the options:
+ *
+ *     cli_shell_register_types    before the documents are loaded
+ *     cli_shell_start             after cli_init, before the first line
+ *     cli_shell_secrets           once, after cli_shell_start
+ *     cli_shell_complete          whenever a value is to be completed
+ *     cli_shell_stop              after the last line, before cli_free
+ *
+ * The engine's `context` is null when cli_shell_start is called and belongs to the handlers libraries. A handler that
+ * sets the environment variable CLI_SHELL_MORE to "0" or "1" turns paging of long output off or on for the lines that
+ * follow. None of these functions may throw. */
+#ifndef CLI_SHELL_PLUGIN_H
+#define CLI_SHELL_PLUGIN_H
+
+#include "cli_engine/cli_engine.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Adds value types of the library's own with validator_typesystem_add_custom_type. */
+CLI_API void cli_shell_register_types(validator_typesystem *types);
+
+/* Called once with the engine ready for lines: the place to read a saved configuration through cli_execute. */
+CLI_API void cli_shell_start(cli *engine);
+
+/* Called once before the engine is taken down; not when the process ends by a signal or by exit. */
+CLI_API void cli_shell_stop(cli *engine);
+
+/* Appends to the array `result`, as strings, whole words that the value node could be given; no blank follows them.
+ * `text` is what was typed of the word, "" for nothing; words that do not begin with it may be appended, they are not
+ * offered. The node's argument type and name tell what is due: value->value.validator.type->name, value->name. */
+CLI_API void cli_shell_complete(cli *engine, cli_node *value, const char *text, json_t *result);
+
+/* Names of argument types and of arguments whose values are secret, the last entry null; borrowed for as long as the
+ * library is loaded. A line with such a value is kept out of the history. "password" and "secret" always count. */
+CLI_API const char *const *cli_shell_secrets(void);
+
+/* ---- Handlers that cli-shell itself exports, for a definition document to name ---- */
+
+/* Leaves the present mode; at the top level, leaves the shell after this line. Also behind the built-in "exit". */
+CLI_API int cli_shell_exit(cli *engine, cli_node *node);
+
+/* Leaves all modes. Also behind the built-in "end". */
+CLI_API int cli_shell_end(cli *engine, cli_node *node);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,361 @@
+"""cli-shell as its users run it: options, lines from all sides, filters, and what reaches a terminal."""
+
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+
+import pexpect
+
+SHELL = os.environ["CLI_SHELL"]
+HANDLERS = os.environ["SHELL_HANDLERS"]
+DATA = os.environ["TEST_DATA"]
+LANGUAGE = DATA + "/shell.json"
+ENVIRONMENT = {**{k: v for k, v in os.environ.items() if k not in ("NO_COLOR", "PAGER", "CLI_SHELL_PAGER", "LINES")},
+               "TERM": "xterm", "LC_ALL": "C"}
+
+
+def run(*arguments, text=b"", language=(LANGUAGE,), env=None, **options):
+    """Output, messages and exit status of a run; what the handlers library prints at its start and stop is taken off."""
+    done = subprocess.run([SHELL, "--handlers", HANDLERS, *language, *arguments], input=text, capture_output=True,
+                          timeout=120, env={**ENVIRONMENT, **(env or {})}, **options)
+    out = done.stdout
+    if out.startswith(b"started\n") and out.endswith(b"stopped\n"):
+        out = out[len(b"started\n"):-len(b"stopped\n")]
+    return out.decode("utf-8", "surrogateescape"), done.stderr.decode(), done.returncode
+
+
+class Case(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def file(self, name, content):
+        path = os.path.join(self.folder, name)
+        with open(path, "wb") as out:
+            out.write(content)
+        return path
+
+
+class Options(Case):
+    def test_what_cannot_be_done_is_one_line_and_status_2(self):
+        broken = self.file("broken.json", b'{\n  "show": {"#help": }\n}')
+        twice = self.file("twice.json", b'{"a": {"#help": "A"},\n "a": {"#help": "B"}}')
+        unreadable = self.folder + "/missing"
+        cases = [
+            ([], "the definition document is missing; see cli-shell --help"),
+            ([LANGUAGE, "extra"], "unexpected argument 'extra'"),
+            (["--frobnicate", LANGUAGE], "unknown option --frobnicate; see cli-shell --help"),
+            (["--dump=1", LANGUAGE], "option --dump takes no value"),
+            ([LANGUAGE, "--level"], "option --level needs a value"),
+            (["--level", "16", LANGUAGE], "--level takes a number from 0 to 15, not '16'"),
+            (["--level=1x", LANGUAGE], "--level takes a number from 0 to 15, not '1x'"),
+            (["--end", "ab", LANGUAGE], "--end takes one printable character, not 'ab'"),
+            (["--color=pink", LANGUAGE], "--color takes auto, always or never, not 'pink'"),
+            ([unreadable], unreadable + ": No such file or directory"),
+            ([self.folder], self.folder + ": Is a directory"),
+            ([broken], broken + ":2:21: unexpected token near '}'"),
+            ([twice], twice + ":2:4: duplicate object key near '\"a\"'"),
+            ([self.file("text", b"hello")], self.folder + "/text:1:5: '[' or '{' expected near 'hello'"),
+            ([self.file("array", b"[]")], self.folder + "/array: the document is not a JSON object"),
+            ([LANGUAGE, "--privileges", unreadable], unreadable + ": No such file or directory"),
+            ([LANGUAGE, "-c", "level", "-f", unreadable], unreadable + ": No such file or directory"),
+            ([LANGUAGE, "-c", "level", "-f", self.folder], self.folder + ": Is a directory"),
+            ([LANGUAGE, "-c", "level", "--handlers", broken], re.compile("cannot load handlers: .*(file too short|invalid ELF)")),
+        ]
+        for arguments, message in cases:
+            with self.subTest(arguments):
+                out, err, status = run(*arguments, language=())
+                self.assertEqual(("", 2), (out, status))
+                self.assertEqual(1, err.count("\n"), err)
+                if isinstance(message, str):
+                    self.assertEqual("cli-shell: " + message + "\n", err)
+                else:
+                    self.assertRegex(err, message)
+
+    def test_without_a_document(self):
+        out, err, status = run("--help", language=())
+        self.assertEqual(("", 0), (err, status))
+        for option in ("--privileges FILE", "-c LINE", "--color WHEN", "| include REGEX"):
+            self.assertIn(option, out)
+        self.assertRegex(run("--version", language=())[0], r"^cli-shell \d+\.\d+\.\d+\n$")
+
+    def test_a_fault_in_the_document_is_shown(self):
+        bad = self.file("bad.json", b'{"x": {"#help": "X", "#handler": "no_\\u001bsuch"}}')
+        for arguments in ([], ["--color=always"]):
+            out, err, status = run(*arguments, language=(bad,))
+            self.assertEqual(("", 1), (err, status))
+            self.assertIn("' for command 'x': ", out)
+
+    def test_the_level_decides_what_is_visible(self):
+        table = ["--privileges", DATA + "/shell_privileges.json", "-c", "secret-command"]
+        self.assertIn("Extra input", run(*table)[0])
+        self.assertEqual("secret-command \nlevel 15\n", run(*table, "--level", "15")[0])
+
+    def test_dump_needs_no_handlers(self):
+        done = subprocess.run([SHELL, "--dump", LANGUAGE], capture_output=True, env=ENVIRONMENT, check=False)
+        self.assertEqual(b"Cannot load type 'pin' for the argument 'digits'\n", done.stdout)
+        out, err, status = run("--dump")
+        self.assertEqual(("", 0), (err, status))
+        self.assertIn("interface <port> address <address>", out.splitlines())
+        absent = self.file("absent.json", b'{"m": {"#help": "M", "#prompt": "m", "#commands": {"x": {"#help": "X", '
+                                          b'"#handler": "nowhere"}}}}')
+        done = subprocess.run([SHELL, "--dump", absent], capture_output=True, env=ENVIRONMENT, check=False)
+        self.assertIn(b"m x\n", done.stdout)
+
+
+class Lines(Case):
+    def test_actions_run_in_the_order_given(self):
+        first = self.file("first", b"show text one\n")
+        second = self.file("second", b"show text three")
+        out = run("-f", first, "-c", "show text two", "-f", second)[0]
+        self.assertEqual(["one", "two", "three"], out.splitlines()[1::2])
+
+    def test_line_ends(self):
+        long_word = "x" * 300000
+        lines = [(b"show text a\n", ["a"]), (b"show text a\r\nshow text b\r\n", ["a", "b"]), (b"show text a", ["a"]),
+                 (b"show text a\r", ["a"]), (b"!show text a\nshow text b", ["b"]),
+                 (b"show text " + long_word.encode() + b"\nshow text b", [long_word, "b"])]
+        for text, expected in lines:
+            with self.subTest(text[:40]):
+                self.assertEqual(expected, run(text=text)[0].splitlines()[1::2])
+                self.assertEqual(expected, run("-f", self.file("lines", text))[0].splitlines()[1::2])
+        self.assertIn("Extra input", run(text=b"level\0hidden\n")[0])
+
+    def test_answers_arrive_before_the_next_line_is_typed(self):
+        for colour in ("never", "always"):
+            with subprocess.Popen([SHELL, "--handlers", HANDLERS, LANGUAGE, "--color", colour], stdin=subprocess.PIPE,
+                                  stdout=subprocess.PIPE, env=ENVIRONMENT) as shell:
+                for word in (b"one", b"two"):
+                    shell.stdin.write(b"show text " + word + b"\n")
+                    shell.stdin.flush()
+                    while shell.stdout.readline() != word + b"\n":
+                        pass
+                shell.stdin.close()
+                self.assertEqual(b"stopped\n", shell.stdout.read())
+
+    def test_leaving(self):
+        text = b"interface e\nunit\nexit\naddress 192.0.2.1\nunit\nend\nlevel\nexit\nquit\nlevel\n"
+        out = run(text=text)[0]
+        self.assertEqual(2, out.count("level 1\n"), out)
+        self.assertIn("at 'exit'", out)  # no such command at the top
+        self.assertTrue(out.endswith("quit \n"), out)
+
+    def test_programs_that_handlers_start_print_in_place(self):
+        for arguments in ([], ["--color=always"]):
+            out = run("-c", "system 'echo between'", "-c", "system 'yes | head -1'", *arguments)[0]
+            lines = re.sub("\x1b[^m]*m", "", out).splitlines()
+            self.assertEqual(["before", "between", "after"], lines[1:4])
+            self.assertEqual(["before", "y", "after"], lines[5:])
+
+    def test_memory_stays_flat(self):
+        text = b"".join(b"interface e%d\naddress 192.0.2.%d\nend\n" % (i % 50, i % 250) for i in range(4000))
+        few, many = self.file("few", text), self.file("many", text * 10)
+
+        def peak(path):
+            shell = os.posix_spawn(SHELL, [SHELL, "--handlers", HANDLERS, LANGUAGE, "-f", path], ENVIRONMENT,
+                                   file_actions=[(os.POSIX_SPAWN_OPEN, 1, "/dev/null", os.O_WRONLY, 0)])
+            return os.wait4(shell, 0)[2].ru_maxrss
+
+        with open(SHELL, "rb") as program:
+            if b"__asan_init" in program.read():
+                self.skipTest("the sanitizer keeps freed memory")
+        self.assertLess(peak(many), peak(few) + 512)
+
+
+class Lost(Case):
+    def test_output_that_cannot_be_written_is_said_once(self):
+        for arguments in (["--color=never"], ["--color=always"]):
+            for line in ("show lines 100000", "show lines 3 | count", "show text x"):
+                with self.subTest(arguments=arguments, line=line), open("/dev/full", "wb") as full:
+                    done = subprocess.run([SHELL, "--handlers", HANDLERS, LANGUAGE, *arguments, "-c", line, "-c", line],
+                                          stdout=full, stderr=subprocess.PIPE, env=ENVIRONMENT, check=False)
+                    self.assertEqual((b"cli-shell: cannot write standard output: No space left on device\n", 1),
+                                     (done.stderr, done.returncode))
+            read, write = os.pipe()
+            os.close(read)
+            done = subprocess.run([SHELL, "--handlers", HANDLERS, LANGUAGE, *arguments, "-c", "level"], stdout=write,
+                                  stderr=subprocess.PIPE, env=ENVIRONMENT, check=False)
+            os.close(write)
+            self.assertEqual((b"cli-shell: cannot write standard output: Broken pipe\n", 1),
+                             (done.stderr, done.returncode))
+
+
+CONFIG = ["interface eth0", " mtu 1500", " address 192.0.2.1", "  secondary", "interface eth1", " mtu 9000", "end"]
+
+
+class Filters(Case):
+    def output(self, line, *arguments):
+        out, err, status = run("-c", line, *arguments)
+        self.assertEqual(("", 0), (err, status))
+        return out.splitlines()
+
+    def test_each_filter(self):
+        cases = [
+            ("include mtu", CONFIG[1:2] + CONFIG[5:6]),
+            ("include '^interface eth.$'", CONFIG[0:1] + CONFIG[4:5]),  # colours are no part of the text
+            (r"include 192\.0\.2\.1", CONFIG[2:3]),
+            (r"include 192\.0\.2\.\.", []),
+            ("include mtu 9|secondary", CONFIG[3:4] + CONFIG[5:6]),
+            ("include (mtu|sec)", [CONFIG[1], CONFIG[3], CONFIG[5]]),
+            ("exclude '^ '", [CONFIG[0], CONFIG[4], CONFIG[6]]),
+            ("begin 9000", CONFIG[5:]),
+            ("begin nothing", []),
+            ("section eth0", CONFIG[:4]),
+            ("section address", CONFIG[2:4]),
+            ("count", ["7"]),
+            ("head 2", CONFIG[:2]),
+            ("head 0", []),
+            ("tail 2", CONFIG[5:]),
+            ("tail 100", CONFIG),
+            ("EXC mtu | Sec eth0 | c", ["3"]),
+            ("head 6 | tail 2 | include .", CONFIG[4:6]),
+        ]
+        for filters, expected in cases:
+            with self.subTest(filters):
+                self.assertEqual(["show config "] + expected, self.output("show config | " + filters))
+
+    def test_blanks_and_bars_in_patterns(self):
+        for line, shown in [('show text "a | b" | include "a | b"', True), (r"show text 'a|b' | include a\|b", True),
+                            ("show text 'a  b' | include a  b", True), ("show text 'a  b' | include a b", False),
+                            (r"show text 'a\"b' | include \"", True), ("show text a|b | include x|b", True)]:
+            with self.subTest(line):
+                self.assertEqual(2 if shown else 1, len(self.output(line)))
+
+    def test_what_cannot_be_used_is_said_and_the_command_does_not_run(self):
+        names = "include, exclude, begin, section, count, head, tail or save"
+        cases = [
+            ("frob x", "Unknown filter 'frob': " + names),
+            ("s x", "Ambiguous filter 's': section or save"),
+            ("", "A filter is missing behind '|': " + names),
+            ("include", "'include' needs a regular expression"),
+            ("include (", "Invalid regular expression '(': Unmatched ( or \\("),
+            ("count 3", "'count' takes no argument"),
+            ("head", "'head' needs a number of lines"),
+            ("head -1", "'head' needs a number of lines"),
+            ("tail 99999999999999999999", "'tail' needs a number of lines"),
+            ("save", "'save' needs the name of one file"),
+            ("save a b", "'save' needs the name of one file"),
+            ("save a | count", "'save' must be the last filter"),
+            ("save /nowhere/file", "Cannot write '/nowhere/file': No such file or directory"),
+            ("count | include [", re.compile("Invalid regular expression '\\['")),
+        ]
+        for filters, message in cases:
+            with self.subTest(filters):
+                lines = self.output("show config | " + filters)
+                self.assertEqual(1, len(lines))
+                self.assertRegex(lines[0], message if not isinstance(message, str) else "^% " + re.escape(message) + "$")
+
+    def test_errors_and_echo_pass_unfiltered(self):
+        path = self.folder + "/saved"
+        for line in ("bogus | count", "show | count", "show lines x | save " + path, "interface | head 0"):
+            with self.subTest(line):
+                self.assertEqual(self.output(line.split(" | ")[0]), self.output(line))
+        self.assertFalse(os.path.exists(path))
+        self.assertEqual(["", "0"], run("-c", "interface e", "-c", "do show bytes '' | count")[0].splitlines())
+
+    def test_save(self):
+        path = self.folder + "/my file"
+        self.assertEqual(["show config "], self.output("show config | exclude mtu | save '%s'" % path, "--color=never"))
+        with open(path, encoding="utf-8") as saved:
+            self.assertEqual([line for line in CONFIG if "mtu" not in line], saved.read().splitlines())
+        out, err, _ = run("-c", "show lines 9 | save /dev/full")
+        self.assertEqual(("show lines 9 \n", "cli-shell: Cannot write '/dev/full': No space left on device\n"), (out, err))
+
+    def test_only_prompt_and_c_have_filters(self):
+        for out in (run(text=b"show lines 1 | count\n")[0],
+                    run("-f", self.file("lines", b"show lines 1 | count\n"))[0]):
+            self.assertIn("Extra input at end of command at '|'", out)
+
+    def test_endless_output_ends_with_the_filter(self):
+        self.assertEqual(["before", "y"], self.output("system yes | head 2")[1:])
+
+
+class Display(Case):
+    HOSTILE = "1b5d303b780700800d1b5b324a1b5b33316d72c3a9c29b33316d1b5b6d09fff0288cbc7f0a"
+
+    def test_colours_off_removes_sequences(self):
+        for arguments, env in ([], None), (["--color=never"], None), ([], {"NO_COLOR": "1"}):
+            self.assertNotIn("\x1b", run("-c", "show config", "-c", "show bytes " + self.HOSTILE, *arguments, env=env)[0])
+        out = run("-c", "show bytes 611b5b333b346d621b5b324b631b64", "--color=never")[0]
+        self.assertEqual("abc\\x1bd", out.splitlines()[1])
+
+    def test_colours_always_changes_nothing(self):
+        out = run("-c", "show bytes " + self.HOSTILE, "--color=always")[0]
+        self.assertIn(bytes.fromhex(self.HOSTILE), out.encode("utf-8", "surrogateescape"))
+
+    def terminal(self, *arguments, env=None, lines=24):
+        shell = pexpect.spawn(SHELL, ["--handlers", HANDLERS, LANGUAGE, *arguments], env={**ENVIRONMENT, **(env or {})},
+                              timeout=60, dimensions=(lines, 80), encoding="utf-8", codec_errors="replace")
+        self.addCleanup(shell.close)
+        return shell
+
+    def screen(self, *arguments, env=None):
+        shell = self.terminal(*arguments, env=env)
+        shell.expect(pexpect.EOF)
+        return shell.before.replace("\r\n", "\n")
+
+    def test_nothing_drives_the_terminal(self):
+        shown = r"\x1b]0;x\x07\x00\x80\x0d\x1b[2J%sré\xc2\x9b31m%s" + "\t" + r"\xff\xf0(\x8c\xbc\x7f" + "\n"
+        line = ["-c", "show bytes " + self.HOSTILE]
+        self.assertIn(shown % ("\x1b[31m", "\x1b[m"), self.screen(*line))
+        for arguments, env in (["--color=never"], None), ([], {"NO_COLOR": "1"}), ([], {"TERM": "dumb"}):
+            out = self.screen(*line, *arguments, env=env)
+            self.assertIn(shown % ("", ""), out)
+            self.assertNotIn("\x1b", out)
+        cut = self.file("cut", b"show bytes c3\nshow bytes a9\nshow bytes 1b5b\n")
+        self.assertIn("show bytes 1b5b", self.screen("-f", cut, "--color=never"))
+
+    def test_long_output_is_paged(self):
+        pager = self.file("pager", b"#!/bin/sh\necho PAGER BEGINS\ncat\necho PAGER ENDS\n")
+        os.chmod(pager, 0o755)
+        env = {"CLI_SHELL_PAGER": pager, "PAGER": "/bin/false"}
+        for arguments, extra, paged in [
+                (["-c", "show lines 100"], {}, True),
+                (["-c", "show lines 5"], {}, False),
+                (["-c", "show lines 100 | head 5"], {}, False),
+                (["-c", "show lines 200 | exclude x"], {}, True),
+                (["-c", "show lines 100", "--no-more"], {}, False),
+                (["-c", "terminal 0", "-c", "show lines 100"], {}, False),
+                (["--no-more", "-c", "terminal 1", "-c", "show lines 100"], {}, True),
+                (["-c", "show lines 100"], {"TERM": "dumb"}, False),
+                (["-c", "show lines 100"], {"CLI_SHELL_PAGER": "/nowhere/pager"}, False),
+                (["-f", self.file("lines", b"show lines 100\n")], {}, False),
+        ]:
+            with self.subTest(arguments=arguments, extra=extra):
+                out = self.screen(*arguments, env={**env, **extra})
+                self.assertEqual(paged, "PAGER BEGINS" in out and "PAGER ENDS" in out)
+                if "100" in str(arguments) and "head" not in str(arguments):
+                    self.assertTrue("line 1\n" in out and "line 100\n" in out, out)
+
+    def test_leaving_the_pager_early_is_no_loss(self):
+        pager = self.file("pager", b"#!/bin/sh\nread line\necho SEEN\n")
+        os.chmod(pager, 0o755)
+        shell = self.terminal("-c", "show lines 1000000", "-c", "level", env={"CLI_SHELL_PAGER": pager})
+        shell.expect("SEEN")
+        shell.expect("level 1\r\n")
+        shell.expect(pexpect.EOF)
+        shell.close()
+        self.assertEqual(0, shell.exitstatus)
+
+    def test_interrupts_end_the_output_only(self):
+        shell = self.terminal("--color=never", "--no-more")
+        shell.expect("cli> ")
+        for line, running in [("show lines 4000000", "line 5"), ("show lines 4000000 | include 7", "line 7"),
+                              ("system 'echo going; exec sleep 1000'", "going\r\n"),
+                              ("system 'echo going; exec sleep 1000' | include g", "going\r\n")]:
+            shell.sendline(line)
+            shell.expect(re.escape(running))
+            shell.sendintr()
+            shell.expect("cli> ")
+            shell.sendline("level")
+            shell.expect("level 1\r\n")
+            shell.expect("cli> ")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
