@@ -52,6 +52,7 @@ int cli_load_commands(cli *engine, validator_typesystem *types, json_t *definiti
 }
 
 void cli_unload_commands(cli *engine) {
+  cli_reset_subconfig(engine);  // a host that forgot it must not be left in a mode that is gone
   for (token *tok = engine->tokenizer.tokens.first; tok != nullptr; tok = tok->next) {
     tok->node = nullptr;
   }

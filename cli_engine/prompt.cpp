@@ -50,7 +50,8 @@ namespace cli_engine {
 void refresh_prompt(cli *engine) {
   char text[kModeText + 1] = "";
   if (json_t *prompt = engine->current->subconfig.prompt) {
-    std::snprintf(text, sizeof text, "(%s)", cli_select_prompt(engine, prompt, engine->current->name));
+    const char *value = cli_select_prompt(engine, prompt, engine->current->name);
+    std::snprintf(text, sizeof text, "(%s)", value == nullptr ? "" : value);  // a reload does not check all variants
   }
   cli_set_prompt(engine, nullptr, nullptr, text, 0);
 }
