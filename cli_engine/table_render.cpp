@@ -50,7 +50,7 @@ struct LineParts {
 
 LineParts parts_of(const table_style &style, const LineKind &kind) {
   const auto drawn_if = [&style](unsigned flags, StyleString field) {
-    return (style.flags & flags) != 0 ? std::string_view{style.*field} : std::string_view{};
+    return std::string_view{(style.flags & flags) != 0 ? style.*field : ""};
   };
   return {kind.fill == nullptr ? std::string_view{" "} : std::string_view{style.*kind.fill},
           drawn_if(TABLE_BORDER_SIDES, kind.left), drawn_if(TABLE_COL_SEP | TABLE_LABEL_SEP, kind.label_joint),
@@ -108,7 +108,7 @@ std::string_view shown_text(const content &cell, int32_t height, int32_t number)
     number -= height - cell.nlines;
   }
   if (number < 0 || number >= cell.nlines) {
-    return {};
+    return "";
   }
   const content_line &line = cell.lines.first[number];
   return {line.text, static_cast<std::size_t>(line.len)};
