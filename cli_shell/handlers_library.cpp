@@ -30,6 +30,7 @@ HandlersLibrary load_library(const std::string &path) {
 
 std::vector<HandlersLibrary> load_handlers_libraries(const std::vector<std::string> &paths) {
   std::vector<HandlersLibrary> libraries;
+  libraries.reserve(paths.size());
   for (const std::string &path : paths) libraries.push_back(load_library(path));
   return libraries;
 }

@@ -125,7 +125,7 @@ using Stage = std::function<int(int in, int out, int end)>;  // `end`: where the
 class Chain {
  public:
   // False, with nothing changed, when no process or pipe can be had.
-  bool start(std::vector<Stage> stages, bool display_is_last) {
+  bool start(const std::vector<Stage> &stages, bool display_is_last) {
     standard_output_ = FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
     if (!standard_output_) return false;
     if (!open_pipes(stages.size())) return give_up();
@@ -272,7 +272,7 @@ void Output::run(const std::function<void()> &body, Route route) {
   }
   std::fflush(stdout);
   Chain chain;
-  if (!chain.start(std::move(stages), needs_display)) {
+  if (!chain.start(stages, needs_display)) {
     say_on_standard_error(std::string("cannot start a process for the output: ") + std::strerror(errno));
     return;
   }

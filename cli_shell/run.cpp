@@ -63,6 +63,7 @@ void execute_lines(Shell &shell, FILE *file, bool live) {
 
 std::vector<FileRef> open_files(const std::vector<Action> &actions) {
   std::vector<FileRef> files;
+  files.reserve(actions.size());
   for (const Action &action : actions)
     files.push_back(action.kind == Action::Kind::kFile ? open_lines(action.text) : nullptr);
   return files;
