@@ -6,6 +6,8 @@ function(project_target name)
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden C_VISIBILITY_PRESET hidden
                                            VISIBILITY_INLINES_HIDDEN ON)
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+  # GCC 12 warns of an overlap inside its own std::string when it optimises "literal" + std::string().
+  target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
   if(PROJECT_IS_TOP_LEVEL)
     target_compile_options(${name} PRIVATE -Werror)
   endif()
