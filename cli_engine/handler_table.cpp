@@ -17,7 +17,7 @@ HandlerTable::~HandlerTable() {
 }
 
 HandlerTable::Entry &HandlerTable::place_of(std::string_view name) {
-  std::size_t i = hash(kHashSeed, name);
+  auto i = static_cast<std::size_t>(hash(kHashSeed, name));
   while (entries_[i & (entries_.size() - 1)].name != nullptr && entries_[i & (entries_.size() - 1)].name != name) {
     i++;
   }

@@ -60,7 +60,7 @@ void PrivilegeIndex::fill_buckets() {
   }
   buckets_.resize(count);
   for (std::size_t i = entries_.size(); i > 0; i--) {
-    std::uint32_t &bucket = buckets_[entries_[i - 1].hash & (count - 1)];
+    std::uint32_t &bucket = buckets_[bucket_of(entries_[i - 1].hash)];
     entries_[i - 1].next = bucket;
     bucket = static_cast<std::uint32_t>(i);
   }
@@ -72,7 +72,7 @@ std::int32_t PrivilegeIndex::level(std::string_view prompt, std::string_view out
     return 0;
   }
   const std::uint64_t wanted = key_hash(hash(outer_hash, key), prompt);
-  for (std::uint32_t place = buckets_[wanted & (buckets_.size() - 1)]; place != 0; place = entries_[place - 1].next) {
+  for (std::uint32_t place = buckets_[bucket_of(wanted)]; place != 0; place = entries_[place - 1].next) {
     const Entry &entry = entries_[place - 1];
     if (entry.hash == wanted && entry.prompt == prompt && entry.name.size() == outer.size() + key.size() &&
         entry.name.starts_with(outer) && entry.name.ends_with(key)) {

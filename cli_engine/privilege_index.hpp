@@ -49,6 +49,11 @@ class PrivilegeIndex {
   void add(const char *member, const json_t *value);
   void fill_buckets();
 
+  // The number of buckets is a power of two.
+  [[nodiscard]] std::size_t bucket_of(std::uint64_t hash) const {
+    return static_cast<std::size_t>(hash) & (buckets_.size() - 1);
+  }
+
   Vector<Entry> entries_;  // in member order
   Vector<std::uint32_t> buckets_;
 };

@@ -5,7 +5,8 @@ packages_for_tests=(python3 python3-pexpect python3-jsonschema)
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 
-is_installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+# Of any architecture: a machine may have several.
+is_installed() { dpkg-query -W -f '${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed; }
 
 # install_packages PACKAGE... : those that are missing, or nothing.
 install_packages() {
@@ -16,7 +17,7 @@ install_packages() {
   say "installing ${missing[*]}"
   if [ "$(id -u)" != 0 ]; then as_root=(sudo); fi
   {
-    "${as_root[@]}" apt-get update -q
+    "${as_root[@]}" apt-get update -q || say "some package lists could not be read; trying with the others"
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
   } </dev/null >&2
 }

@@ -1,0 +1,5 @@
+# 32-bit ARM on Debian: the cross compiler, the architecture's own packages, programs run by qemu.
+set(target arm-linux-gnueabihf)
+set(emulator qemu-arm)
+set(CMAKE_SYSTEM_PROCESSOR armv7l)
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)

@@ -1,0 +1,16 @@
+# What the toolchain files have in common; they set `target` and `emulator`. The libraries of the architecture are
+# unpacked in build/sysroot-NAME (see cmake/sysroot.bash).
+set(sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-${target}/root)
+cmake_path(NORMAL_PATH sysroot)
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_C_COMPILER ${target}-gcc)
+set(CMAKE_CXX_COMPILER ${target}-g++)
+set(CMAKE_CROSSCOMPILING_EMULATOR "${emulator};-L;${sysroot}")
+set(CMAKE_LIBRARY_ARCHITECTURE ${target})
+set(CMAKE_FIND_ROOT_PATH ${sysroot})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${sysroot}/usr/lib/${target}:${sysroot}/lib/${target}")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "${CMAKE_EXE_LINKER_FLAGS_INIT}")
+set(ENV{PKG_CONFIG_LIBDIR} ${sysroot}/usr/lib/${target}/pkgconfig)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${sysroot})

@@ -1,0 +1,23 @@
+# Sourced by ./test: the libraries of another architecture, unpacked beside the build. The packages of this machine and
+# its list of architectures are not touched.
+
+sysroot_packages=(libc6 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libgtest-dev libgmock-dev libedit2 libedit-dev
+  libbsd0 libmd0 libtinfo6)
+
+# make_sysroot ARCHITECTURE FOLDER : does nothing when the folder is complete.
+make_sysroot() {
+  local architecture=$1 folder=$2 apt
+  [ -e "$folder/complete" ] && return 0
+  say "unpacking libraries for $architecture"
+  rm -rf "$folder"
+  mkdir -p "$folder"/{state/lists/partial,cache/archives/partial,packages,root}
+  apt=(apt-get -q -o "APT::Architecture=$architecture" -o "APT::Architectures=$architecture" -o "Dir::State=$folder/state"
+    -o "Dir::Cache=$folder/cache" -o Dir::State::status=/dev/null -o APT::Sandbox::User=root)
+  "${apt[@]}" update >&2 || say "some package lists could not be read; trying with the others"
+  (cd "$folder/packages" && "${apt[@]}" download "${sysroot_packages[@]}") >&2
+  for package in "$folder"/packages/*.deb; do
+    dpkg -x "$package" "$folder/root"
+  done
+  rm -rf "$folder/state" "$folder/cache" "$folder/packages"
+  touch "$folder/complete"
+}
