@@ -5,8 +5,11 @@ packages_for_tests=(python3 python3-pexpect python3-jsonschema)
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }
 
-# Of any architecture: a machine may have several.
-is_installed() { dpkg-query -W -f '${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed; }
+# For this machine's architecture, that is: others may be there for cross builds.
+is_installed() {
+  dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$1" 2>/dev/null |
+    grep -Eqx "($(dpkg --print-architecture)|all) installed"
+}
 
 # install_packages PACKAGE... : those that are missing, or nothing.
 install_packages() {
@@ -17,7 +20,7 @@ install_packages() {
   say "installing ${missing[*]}"
   if [ "$(id -u)" != 0 ]; then as_root=(sudo); fi
   {
-    "${as_root[@]}" apt-get update -q || say "some package lists could not be read; trying with the others"
+    "${as_root[@]}" apt-get update -q || say "the package lists could not be updated; trying with those at hand"
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
   } </dev/null >&2
 }

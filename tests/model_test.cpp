@@ -412,7 +412,8 @@ class Generator {
     std::vector<const model::Node *> list;
     for (const auto &arg : node.args) list.push_back(arg.get());
     if (node.kind == model::kGroup && node.order != model::kSequential) std::shuffle(list.begin(), list.end(), random_);
-    if (node.kind == model::kGroup && node.order == model::kExclusive && !list.empty()) list.resize(1);
+    if (node.kind == model::kGroup && node.order == model::kExclusive && !list.empty())
+      list.erase(list.begin() + 1, list.end());
     for (const model::Node *arg : list) {
       if (chance(arg->required ? 4 : 50)) continue;
       if (arg->kind == model::kKey) words.push_back(abbreviated(arg->name));
