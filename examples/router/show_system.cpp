@@ -172,7 +172,7 @@ ROUTER_HANDLER router_show_processes(cli *engine, cli_node *command) {
   Table rows({{"PID", ALIGN_RIGHT}, {"Name"}, {"State"}, {"Memory", ALIGN_RIGHT}, {"CPU seconds", ALIGN_RIGHT}});
   std::vector<machine::Process> processes = machine::processes();
   const std::string order = router::text_argument(command, "order");
-  const auto rows =
+  const auto limit =
       static_cast<size_t>(router::number_argument(command, "rows", static_cast<int64_t>(processes.size())));
   std::stable_sort(processes.begin(), processes.end(), [&order](const auto &a, const auto &b) {
     if (order == "memory") return a.memory_kb > b.memory_kb;
