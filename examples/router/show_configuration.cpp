@@ -49,6 +49,11 @@ std::string name_of(const Entry &interface) {
   return interface.arguments();
 }
 
+std::string name_of_vlan(const Entry &vlan) {
+  const Entry *name = vlan.find("name");
+  return name == nullptr ? "" : name->text("text");
+}
+
 // Does a list such as 10,20-30 hold the number?
 bool list_holds(const std::string &list, int vlan) {
   for (size_t begin = 0; begin < list.size();) {
@@ -210,7 +215,7 @@ ROUTER_HANDLER router_show_vlan(cli *engine, cli_node *command) {
   for (const Entry *vlan : configuration_of(engine).all("vlan")) {
     const std::string number = vlan->text("vlan-id");
     if (!wanted.empty() && number != wanted) continue;
-    const std::string name = setting(*vlan, "name", "");
+    const std::string name = name_of_vlan(*vlan);
     group.add("VLAN " + number + (name.empty() ? "" : " " + name), ports_of(configuration_of(engine), number));
   }
   group.print(engine);
@@ -227,7 +232,7 @@ ROUTER_HANDLER router_show_vlan_brief(cli *engine, cli_node * /*command*/) {
     }
     const std::string state = setting(*vlan, "state", "active");
     rows.add_row({{vlan->text("vlan-id")},
-                  {setting(*vlan, "name", "")},
+                  {name_of_vlan(*vlan)},
                   {state, state == "suspend" ? router::kRed : router::kPlain},
                   {ports}});
   }

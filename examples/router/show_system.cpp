@@ -85,7 +85,8 @@ std::string options_of(cli_node *command, const Option *begin, const Option *end
 // Runs a program of the machine and shows what it writes.
 void run_program(cli *engine, const std::string &program, const std::string &arguments) {
   constexpr int kNotFound = 127;  // as the shell says it
-  const std::string found = "command -v " + program + " >/dev/null || exit 127; exec " + program + arguments + " 2>&1";
+  const std::string found =
+      "command -v " + program + " >/dev/null || exit 127; exec " + program + arguments + " </dev/null 2>&1";
   const int status = pager_feed_popen(&engine->pager, found.c_str());
   if (WIFEXITED(status) && WEXITSTATUS(status) == kNotFound) {
     router::refuse(engine, "This machine has no program \"%s\"", program.c_str());
@@ -152,17 +153,22 @@ ROUTER_HANDLER router_show_memory(cli *engine, cli_node *command) {
     std::string_view name;
     double kilobytes;
   } kUnits[] = {{"bytes", 1.0 / 1024}, {"kilobytes", 1}, {"megabytes", 1024}};
-  constexpr const char *kRows[] = {"MemTotal", "MemFree", "MemAvailable", "Buffers", "Cached", "SwapTotal", "SwapFree"};
+  constexpr struct {
+    const char *title;
+    const char *field;
+  } kRows[] = {{"Total", "MemTotal"},    {"Free", "MemFree"},      {"Available", "MemAvailable"},
+               {"Buffers", "Buffers"},   {"Page cache", "Cached"}, {"Swap total", "SwapTotal"},
+               {"Swap free", "SwapFree"}};
   const std::string wanted = router::text_argument(command, "unit");
   const auto *unit =
       std::find_if(std::begin(kUnits), std::end(kUnits), [&](const auto &u) { return u.name == wanted; });
   if (unit == std::end(kUnits)) unit = &kUnits[1];
   const auto memory = machine::fields_of("/proc/meminfo", ':');
   Table rows({{"Memory"}, {unit->name.data(), ALIGN_RIGHT}});
-  for (const char *row : kRows) {
+  for (const auto &row : kRows) {
     char amount[32];
-    std::snprintf(amount, sizeof amount, "%.0f", static_cast<double>(kilobytes(memory, row)) / unit->kilobytes);
-    rows.add_row({{row}, {amount}});
+    std::snprintf(amount, sizeof amount, "%.0f", static_cast<double>(kilobytes(memory, row.field)) / unit->kilobytes);
+    rows.add_row({{row.title}, {amount}});
   }
   rows.print(engine);
   return 0;
