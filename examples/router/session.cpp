@@ -1,0 +1,152 @@
+// The session: privilege levels, logging in, the terminal, and what is saved and read again.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "cli_shell/plugin.h"
+#include "replay.hpp"
+#include "router.hpp"
+#include "storage.hpp"
+
+namespace {
+
+using router::Entry;
+using router::refuse;
+using router::router_of;
+using router::say;
+
+// The password of the line or, on a terminal, the one that is typed when asked for.
+std::string password_of(cli_node *command) {
+  if (router::given(command, "password")) return router::text_argument(command, "secret");
+  const char *typed = isatty(STDIN_FILENO) != 0 ? getpass("Password: ") : nullptr;
+  return typed == nullptr ? "" : typed;
+}
+
+bool may_pass(cli_node *command, const Entry &lock) {
+  return lock.has("nopassword") || router::secret_matches(password_of(command), lock.text("secret-hash"));
+}
+
+void set_level(cli *engine, int64_t level) {
+  parser_set_privilege(&engine->parser, static_cast<int>(level));
+  router::renew_prompt(engine);
+}
+
+std::string joined(const std::vector<std::string> &lines) {
+  std::string text;
+  for (const std::string &line : lines) text += line + '\n';
+  return text;
+}
+
+int report(cli *engine, const std::string &wrong, const std::string &done) {
+  if (wrong.empty()) {
+    say(engine, "%s", done.c_str());
+  } else {
+    refuse(engine, "%s", wrong.c_str());
+  }
+  return 0;
+}
+
+int save_running(cli *engine, const std::string &path) {
+  const std::vector<std::string> lines = router::script(router_of(engine).configuration);
+  return report(engine, router::write_whole(path, joined(lines)), "Saved to " + path);
+}
+
+int copy_file(cli *engine, const std::string &from, const std::string &to) {
+  std::string content;
+  std::string wrong = router::read_whole(from, content);
+  if (wrong.empty()) wrong = router::write_whole(to, content);
+  return report(engine, wrong, "Saved to " + to);
+}
+
+std::string named_path(cli_node *command) {
+  return router::saved_path(router::text_argument(command, "file-name"));
+}
+
+}  // namespace
+
+ROUTER_HANDLER router_enable(cli *engine, cli_node *command) {
+  const int64_t level = router::number_argument(command, "level", router::kFullLevel);
+  const Entry *lock = router_of(engine).configuration.find("enable secret");
+  const bool raises = level > parser_get_privilege(&engine->parser);
+  if (raises && lock != nullptr && !may_pass(command, *lock)) {
+    refuse(engine, "Wrong password");
+  } else {
+    set_level(engine, level);
+  }
+  return 0;
+}
+
+ROUTER_HANDLER router_disable(cli *engine, cli_node *command) {
+  const int64_t level = router::number_argument(command, "level", router::kUserLevel);
+  if (level > parser_get_privilege(&engine->parser)) {
+    refuse(engine, "Use \"enable\" to raise the level");
+  } else {
+    set_level(engine, level);
+  }
+  return 0;
+}
+
+ROUTER_HANDLER router_login(cli *engine, cli_node *command) {
+  const std::string name = router::text_argument(command, "user-name");
+  const std::vector<const Entry *> users = router_of(engine).configuration.all("username");
+  const auto user =
+      std::find_if(users.begin(), users.end(), [&](const Entry *e) { return e->text("user-name") == name; });
+  if (user == users.end() || !may_pass(command, **user)) {
+    refuse(engine, "Wrong name or password");
+    return 0;
+  }
+  router_of(engine).user = name;
+  const std::string level = (*user)->text("level");
+  set_level(engine, level.empty() ? router::kUserLevel : std::atoi(level.c_str()));
+  return 0;
+}
+
+ROUTER_HANDLER router_terminal_length(cli *engine, cli_node *command) {
+  router_of(engine).lines = static_cast<int>(router::number_argument(command, "lines", 0));
+  setenv("CLI_SHELL_MORE", router_of(engine).lines == 0 ? "0" : "1", 1);
+  return 0;
+}
+
+ROUTER_HANDLER router_save_startup(cli *engine, cli_node * /*command*/) {
+  return save_running(engine, router::startup_path());
+}
+
+ROUTER_HANDLER router_save_file(cli *engine, cli_node *command) {
+  return save_running(engine, named_path(command));
+}
+
+ROUTER_HANDLER router_backup_startup(cli *engine, cli_node *command) {
+  return copy_file(engine, router::startup_path(), named_path(command));
+}
+
+ROUTER_HANDLER router_restore_file(cli *engine, cli_node *command) {
+  return copy_file(engine, named_path(command), router::startup_path());
+}
+
+ROUTER_HANDLER router_erase_startup(cli *engine, cli_node * /*command*/) {
+  return report(engine, router::remove_file(router::startup_path()), "Erased " + router::startup_path());
+}
+
+ROUTER_HANDLER router_erase_file(cli *engine, cli_node *command) {
+  return report(engine, router::remove_file(named_path(command)), "Erased " + named_path(command));
+}
+
+void cli_shell_start(cli *engine) {
+  router::renew_prompt(engine);
+  const std::string path = router::startup_path();
+  if (path.empty() || access(path.c_str(), F_OK) != 0) return;
+  std::string content;
+  const std::string wrong = router::read_whole(path, content);
+  if (!wrong.empty()) {
+    std::fprintf(stderr, "%s\n", wrong.c_str());
+    return;
+  }
+  router::replay(engine, path, router::split_lines(content));
+  router::renew_prompt(engine);
+}
+
+void cli_shell_stop(cli *engine) {
+  router::release_router(engine);
+}

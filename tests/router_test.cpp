@@ -1,0 +1,605 @@
+// The router example: its language, its configuration in memory, and how that is saved and read again.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "cli_shell/plugin.h"
+#include "router/replay.hpp"
+#include "router/router.hpp"
+#include "router/storage.hpp"
+
+// What cli-shell supplies.
+int cli_shell_exit(cli *engine, cli_node * /*node*/) {
+  cli_pop_subconfig(engine);
+  return 0;
+}
+
+int cli_shell_end(cli *engine, cli_node * /*node*/) {
+  cli_reset_subconfig(engine);
+  return 0;
+}
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder() { path_ = mkdtemp(pattern_); }
+  ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+  TemporaryFolder(const TemporaryFolder &) = delete;
+  TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+  [[nodiscard]] std::string file(const std::string &name) const { return path_ + "/" + name; }
+  [[nodiscard]] size_t entries() const {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(path_), {}));
+  }
+
+ private:
+  char pattern_[32] = "/tmp/router_test.XXXXXX";
+  std::string path_;
+};
+
+using Json = std::unique_ptr<json_t, decltype(&json_decref)>;
+
+Json load(const char *name) {
+  return {json_load_file((std::string(ROUTER_EXAMPLE_DIR "/") + name).c_str(), 0, nullptr), json_decref};
+}
+
+// The example as cli-shell runs it.
+class Session {
+ public:
+  explicit Session(int level = router::kFullLevel) {
+    engine_.exit_handler = cli_shell_exit;
+    engine_.end_handler = cli_shell_end;
+    cli_shell_register_types(types_);
+    cli_init(&engine_, types_, definitions_.get(), nullptr, privileges_.get());
+    parser_set_privilege(&engine_.parser, level);
+    testing::internal::CaptureStderr();
+    cli_shell_start(&engine_);
+    reports_ = testing::internal::GetCapturedStderr();
+  }
+  ~Session() {
+    cli_shell_stop(&engine_);
+    cli_free(&engine_);
+    validator_typesystem_free(types_);
+  }
+  Session(const Session &) = delete;
+  Session &operator=(const Session &) = delete;
+
+  std::string run(const std::string &line) {
+    testing::internal::CaptureStdout();
+    execute(line);
+    return testing::internal::GetCapturedStdout();
+  }
+  void run_all(const std::vector<std::string> &lines) {
+    testing::internal::CaptureStdout();
+    for (const std::string &line : lines) execute(line);
+    testing::internal::GetCapturedStdout();
+  }
+  void execute(const std::string &line) { cli_execute(&engine_, line.c_str()); }
+  cli *engine() { return &engine_; }
+  json_t *definitions() { return definitions_.get(); }
+  [[nodiscard]] std::string prompt() const { return engine_.prompt_text; }
+  [[nodiscard]] std::string reports() const { return reports_; }  // standard error at start
+  std::vector<std::string> script() { return router::script(router::router_of(&engine_).configuration); }
+
+ private:
+  Json definitions_ = load("router.json");
+  Json privileges_ = load("privileges.json");
+  validator_typesystem *types_ = validator_typesystem_new();
+  cli engine_{};
+  std::string reports_;
+};
+
+class RouterTest : public testing::Test {
+ protected:
+  RouterTest() { setenv("ROUTER_STARTUP_CONFIG", startup_.c_str(), 1); }
+
+  void write_startup(const std::string &text) const { std::ofstream(startup_, std::ios::binary) << text; }
+  [[nodiscard]] std::string startup() const {
+    std::ostringstream text;
+    text << std::ifstream(startup_, std::ios::binary).rdbuf();
+    return text.str();
+  }
+
+  TemporaryFolder folder_;
+  std::string startup_ = folder_.file("startup-config");
+};
+
+// ---- Lines made from the definition document ----
+
+const char *text_of(const json_t *object, const char *member) {
+  const char *text = json_string_value(json_object_get(object, member));
+  return text == nullptr ? "" : text;
+}
+
+std::string number_between(const json_t *argument, size_t pick) {
+  const json_int_t least = json_integer_value(json_object_get(argument, "#min_inclusive"));
+  const json_int_t most = json_integer_value(json_object_get(argument, "#max_inclusive"));
+  const json_int_t value = pick % 2 == 0 ? least : most;
+  std::ostringstream text;
+  if (json_integer_value(json_object_get(argument, "#base")) == 16) text << std::hex;
+  text << value;
+  return text.str();
+}
+
+std::string sample_value(const json_t *argument, size_t pick) {
+  static const std::map<std::string, std::string> kSamples = {{"string", "\"| \\\"#\""},
+                                                              {"IPv4Address", "192.0.2.#"},
+                                                              {"IPv4Prefix", "10.#.0.0/16"},
+                                                              {"IPv4Extended", "10.#.0.0"},
+                                                              {"IPv6Address", "2001:db8::#"},
+                                                              {"IPv6Prefix", "2001:db8:#::/48"},
+                                                              {"IPv6Extended", "2001:db8::#"},
+                                                              {"IPAddress", "2001:db8:#::1"},
+                                                              {"time", "0#:30:00"},
+                                                              {"MACAddress", "02:00:00:00:00:0#"},
+                                                              {"FQDN", "host-#.example"},
+                                                              {"InterfaceName", "test#"},
+                                                              {"FileName", "file-#"},
+                                                              {"VlanId", "1#"},
+                                                              {"VlanList", "10,2#-30"}};
+  if (const json_t *choices = json_object_get(argument, "#enum"); choices != nullptr) {
+    const json_t *choice = json_array_get(choices, pick % json_array_size(choices));
+    return json_is_string(choice) ? json_string_value(choice) : std::to_string(json_integer_value(choice));
+  }
+  const auto sample = kSamples.find(text_of(argument, "#type"));
+  if (sample == kSamples.end()) return number_between(argument, pick);
+  std::string text = sample->second;
+  const size_t mark = text.find('#');
+  return text.replace(mark, 1, std::to_string(pick % 10));
+}
+
+std::string sample_arguments(const json_t *holder, size_t pick);
+
+std::string sample_argument(const json_t *argument, size_t pick) {
+  const std::string type = text_of(argument, "#type");
+  if (type == "key") return ' ' + std::string(text_of(argument, "#name")) + sample_arguments(argument, pick);
+  if (type != "container") return ' ' + sample_value(argument, pick);
+  if (!json_is_true(json_object_get(argument, "#exclusive"))) return sample_arguments(argument, pick);
+  const json_t *alternatives = json_object_get(argument, "#args");
+  return sample_argument(json_array_get(alternatives, pick % json_array_size(alternatives)), pick);
+}
+
+// The arguments of a definition; different picks take different alternatives, with and without what is optional.
+std::string sample_arguments(const json_t *holder, size_t pick) {
+  std::string line;
+  size_t index = 0;
+  const json_t *argument = nullptr;
+  json_array_foreach(json_object_get(holder, "#args"), index, argument) {
+    const bool optional = json_is_true(json_object_get(argument, "#optional"));
+    if (!optional || (pick + index) % 3 != 0) line += sample_argument(argument, pick);
+  }
+  return line;
+}
+
+constexpr size_t kPicks = 14;
+
+struct Visit {
+  Session &session;
+  bool execute;  // or only parse
+  size_t lines = 0;
+};
+
+void expect_selected(Visit &visit, const std::string &line, const json_t *definition) {
+  cli *engine = visit.session.engine();
+  tokenizer_run(&engine->tokenizer, line.c_str(), -1);
+  parser_set_root(&engine->parser, engine->current);
+  const cli_node *node = parser_run(&engine->parser, &engine->tokenizer, nullptr);
+  ASSERT_NE(node, nullptr) << engine->prompt_text << line << " fails with " << engine->parser.error->errcode;
+  EXPECT_EQ(node->definition, definition) << line;
+  ++visit.lines;
+}
+
+void visit_definitions(Visit &visit, json_t *commands, const std::string &path) {
+  const char *name = nullptr;
+  json_t *definition = nullptr;
+  json_object_foreach(commands, name, definition) {
+    if (json_object_get(definition, "#alias") != nullptr) continue;
+    const std::string words = path + name;
+    const bool is_mode = json_object_get(definition, "#prompt") != nullptr;
+    for (size_t pick = 0; pick < kPicks && (is_mode || json_object_get(definition, "#handler") != nullptr); ++pick) {
+      const std::string line = words + sample_arguments(definition, pick);
+      expect_selected(visit, line, definition);
+      if (is_mode || visit.execute) visit.session.execute(line);
+      if (!is_mode) continue;
+      cli_node *entered = visit.session.engine()->current;
+      if (entered->definition != definition) continue;  // refused
+      visit_definitions(visit, json_object_get(definition, "#commands"), "");
+      visit.session.execute("exit");
+      if (words == "configure") break;
+    }
+    if (!is_mode) visit_definitions(visit, json_object_get(definition, "#commands"), words + ' ');
+  }
+}
+
+// Every command below an object of definitions, each with all picks; modes are entered and left again.
+void visit_commands(Visit &visit, json_t *commands, const std::string &path) {
+  testing::internal::CaptureStdout();
+  visit_definitions(visit, commands, path);
+  testing::internal::GetCapturedStdout();
+}
+
+// A configuration with every setting that the language has.
+void configure_everything(Session &session) {
+  session.run("configure terminal");
+  for (int vlan = 10; vlan < 20; ++vlan) session.run_all({"vlan " + std::to_string(vlan), "exit"});
+  json_t *configure = json_object_get(session.definitions(), "configure");
+  const Json commands(json_copy(json_object_get(configure, "#commands")), json_decref);
+  json_object_del(commands.get(), "no");
+  // Modes hold "no" forms too, which would take away what was just set.
+  const char *name = nullptr;
+  json_t *definition = nullptr;
+  json_object_foreach(commands.get(), name, definition) {
+    json_object_del(json_object_get(definition, "#commands"), "no");
+  }
+  Visit visit{session, true};
+  visit_commands(visit, commands.get(), "");
+  session.run("end");
+}
+
+TEST_F(RouterTest, EveryCommandIsReached) {
+  Session session;
+  Visit visit{session, false};
+  visit_commands(visit, session.definitions(), "");
+  EXPECT_GT(visit.lines, 120U * kPicks);
+}
+
+TEST_F(RouterTest, RunningConfigurationReplaysIntoTheSameModel) {
+  std::vector<std::string> lines;
+  {
+    Session session;
+    configure_everything(session);
+    lines = session.script();
+    EXPECT_THAT(session.run("copy running-config startup-config"), HasSubstr("Saved to "));
+  }
+  EXPECT_GT(lines.size(), 500U);
+  Session again(router::kUserLevel);
+  EXPECT_EQ(again.reports(), "");
+  EXPECT_EQ(again.script(), lines);
+  EXPECT_EQ(parser_get_privilege(&again.engine()->parser), router::kUserLevel);
+  EXPECT_EQ(again.engine()->current, &again.engine()->root);
+}
+
+TEST_F(RouterTest, NoFormsTakeEverythingAway) {
+  Session session;
+  configure_everything(session);
+  session.run("configure terminal");
+  json_t *commands = json_object_get(json_object_get(session.definitions(), "configure"), "#commands");
+  Visit visit{session, true};
+  for (int pass = 0; pass < 2; ++pass) {  // VLANs go when the interfaces that use them are gone
+    visit_commands(visit, json_object_get(json_object_get(commands, "no"), "#commands"), "no ");
+  }
+  for (int vlan = 10; vlan < 20; ++vlan) session.run("no vlan " + std::to_string(vlan));
+  EXPECT_THAT(session.script(), testing::ElementsAre("configure terminal", "end"));
+}
+
+TEST_F(RouterTest, ValuesOfAnyBytesAreReadBack) {
+  const std::string kTexts[] = {"plain",     "two words", "say \"hi\"", "it's",  "back\\slash\\",      "a | include b",
+                                "tab\there", "!x",        "#x",         "what?", "\x80\xff not UTF-8", "\x01\x1b[31m",
+                                "\"",        "\\",        " ",          "\r"};
+  for (const std::string &text : kTexts) {
+    Session session;
+    session.run_all({"configure", "vlan 7", "name " + router::quoted(text), "end"});
+    const std::vector<std::string> lines = session.script();
+    const router::Entry *vlan = router::router_of(session.engine()).configuration.find("vlan");
+    ASSERT_NE(vlan, nullptr);
+    ASSERT_NE(vlan->find("name"), nullptr) << text;
+    EXPECT_EQ(vlan->find("name")->text("text"), text);
+    session.run("copy running-config startup-config");
+    EXPECT_EQ(Session().script(), lines) << text;
+  }
+  Session session;
+  session.run_all({"configure", "vlan 7"});
+  EXPECT_THAT(session.run("name \"a\nusername eve nopassword\""), HasSubstr("line break"));
+  EXPECT_THAT(session.run("ip access-list \"a\nhostname x\""), HasSubstr("line break"));
+}
+
+TEST_F(RouterTest, DamagedLinesAreReportedAndTheRestIsApplied) {
+  const struct {
+    const char *name;
+    std::string text;
+    std::vector<std::string> reports;  // without the file's name
+    std::vector<std::string> lines;    // of the running configuration, without its first and last
+  } kCases[] = {
+      {"foreign lines",
+       "configure terminal\nhostname R1\nshow version\nexit\nfrobnicate\nip\nip mtu x\n\n! comment\nerase "
+       "startup-config\nip routing\n",
+       {"3: Not a configuration command", "5: Unknown word at 'frobnicate'", "6: Incomplete command",
+        "7: Unknown word at 'mtu'", "10: Not a configuration command"},
+       {"hostname R1", "ip routing"}},
+      {"a mode that cannot be entered takes its own lines along",
+       "vlan 5000\n name lost\n exit\nvlan 7\n name kept\n exit\n",
+       {"1: Invalid argument at '5000'", "2: Left out with the line that it belongs to",
+        "3: Left out with the line that it belongs to"},
+       {"vlan 7", " name kept", " exit", "!"}},
+      {"a mode that refuses",
+       "interface vlan 9\n mtu 1500\n exit\nip routing\n",
+       {"1: VLAN 9 does not exist; make it with \"vlan 9\" first", "2: Left out with the line that it belongs to",
+        "3: Left out with the line that it belongs to"},
+       {"ip routing"}},
+      {"a lost exit",
+       "interface lo\n mtu 1500\n exut\nip route 10.0.0.0/8 192.0.2.1\n",
+       {"3: Unknown word at 'exut'"},
+       {"interface lo", " mtu 1500", " exit", "!", "ip route 10.0.0.0/8 192.0.2.1"}},
+      {"no indentation, CRLF, no end",
+       "interface lo\r\nmtu 9000\r\nexit\r\nexit\r\nip route 10.0.0.0/8 192.0.2.1",
+       {},
+       {"interface lo", " mtu 9000", " exit", "!", "ip route 10.0.0.0/8 192.0.2.1"}},
+      {"a zero byte",
+       std::string("hostname a\0b\nip routing\n", 23),
+       {"1: A zero byte inside the line"},
+       {"ip routing"}},
+      {"nested modes",
+       "router bgp 1\n address-family ipv7\n  maximum-paths 2\n  exit\n address-family ipv6\n  maximum-paths 3\n  "
+       "exit\n exit\n",
+       {"2: Invalid argument at 'ipv7'", "3: Left out with the line that it belongs to",
+        "4: Left out with the line that it belongs to"},
+       {"router bgp 1", " address-family ipv6", "  maximum-paths 3", "  exit", " exit", "!"}},
+  };
+  for (const auto &row : kCases) {
+    SCOPED_TRACE(row.name);
+    write_startup(row.text);
+    testing::internal::CaptureStdout();
+    Session session;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    std::string reports;
+    for (const std::string &report : row.reports) reports += startup_ + ':' + report + '\n';
+    EXPECT_EQ(session.reports(), reports);
+    std::vector<std::string> lines = session.script();
+    lines.erase(lines.begin());
+    lines.pop_back();
+    EXPECT_EQ(lines, row.lines);
+    EXPECT_EQ(startup(), row.text);
+  }
+}
+
+TEST_F(RouterTest, SavingReplacesTheFileWholeOrNotAtAll) {
+  write_startup("! before\n");
+  chmod(startup_.c_str(), 0644);
+  Session session;
+  session.run_all({"configure", "hostname R1", "end", "copy running-config startup-config"});
+  const std::string saved = startup();
+  EXPECT_EQ(saved, "configure terminal\nhostname R1\nend\n");
+  struct stat state {};
+  stat(startup_.c_str(), &state);
+  EXPECT_EQ(state.st_mode & 07777U, 0600U);
+
+  // A write that fails half way leaves the old file, and nothing beside it.
+  session.run_all({"configure", "hostname R2", "end"});
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit tight = {.rlim_cur = 10, .rlim_max = before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &tight);
+  const std::string wrong = router::write_whole(startup_, "a text that is longer than ten bytes");
+  setrlimit(RLIMIT_FSIZE, &before);
+  EXPECT_EQ(wrong, startup_ + ": File too large");
+  EXPECT_EQ(startup(), saved);
+  EXPECT_EQ(folder_.entries(), 1U);
+
+  // A link is followed; what is no file stays what it is.
+  const std::string link = folder_.file("link");
+  std::filesystem::create_symlink(startup_, link);
+  EXPECT_EQ(router::write_whole(link, "through the link\n"), "");
+  EXPECT_EQ(startup(), "through the link\n");
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(router::write_whole("/dev/null", "x"), "/dev/null: Not a regular file");
+}
+
+TEST_F(RouterTest, SavedFilesAreKeptByName) {
+  Session session;
+  session.run_all({"configure", "hostname R1", "end", "copy running-config file before"});
+  session.run_all({"configure", "hostname R2", "end", "copy running-config startup-config"});
+  EXPECT_EQ(session.run("show configuration differences").find("There are none") != std::string::npos, true);
+  session.run_all({"configure", "ip routing", "end", "copy file before startup-config"});
+  EXPECT_THAT(session.run("show configuration differences"), HasSubstr("- hostname R1\n+ hostname R2\n+ ip routing\n"));
+  EXPECT_THAT(session.run("show files"), HasSubstr("before"));
+  EXPECT_THAT(session.run("erase file before"), HasSubstr("Erased"));
+  EXPECT_THAT(session.run("show file before"), HasSubstr("No such file"));
+  EXPECT_THAT(session.run("show file ../startup-config"), HasSubstr("Invalid argument"));
+  session.run("erase startup-config");
+  EXPECT_THAT(Session().script(), testing::SizeIs(2));
+}
+
+TEST_F(RouterTest, LevelsDecideWhatIsSeen) {
+  Session session(router::kUserLevel);
+  EXPECT_THAT(session.run("show running-config"), HasSubstr("Extra input"));
+  EXPECT_THAT(session.run("disable"), HasSubstr("Extra input"));
+  EXPECT_THAT(session.run("show interfaces"), HasSubstr("Interface"));
+  session.run("enable");
+  EXPECT_EQ(session.prompt(), "cli# ");
+  session.run_all(
+      {"configure", "enable secret password open", "username ann privilege 5 password \"her own\"", "end", "disable"});
+  EXPECT_EQ(session.prompt(), "cli> ");
+  EXPECT_THAT(session.run("enable password shut"), HasSubstr("% Wrong password"));
+  EXPECT_THAT(session.run("show privilege"), HasSubstr("level is 1"));
+  session.run("login ann password \"her own\"");
+  EXPECT_THAT(session.run("show privilege"), HasSubstr("level is 5"));
+  EXPECT_THAT(session.run("login bob password x"), HasSubstr("% Wrong name or password"));
+  session.run("enable password open");
+  const std::string configuration = session.run("show running-config");
+  EXPECT_THAT(configuration, HasSubstr("enable secret hash $6$"));
+  EXPECT_THAT(configuration, Not(HasSubstr("her own")));
+}
+
+TEST_F(RouterTest, ThePromptFollowsModeAndHostName) {
+  const struct {
+    const char *line;
+    const char *prompt;
+  } kSteps[] = {{"configure", "cli(config)# "},
+                {"hostname R1", "R1(config)# "},
+                {"vlan 7", "R1(config-vlan)# "},
+                {"interface vlan 7", "R1(config-if-vlan)# "},
+                {"interface tunnel 0", "R1(config-if-tunnel)# "},
+                {"interface vlan 8", "R1(config-if-tunnel)# "},
+                {"interface lo", "R1(config-if)# "},
+                {"line vty 0 4", "R1(config-line-vty)# "},
+                {"line console 0", "R1(config-line)# "},
+                {"router bgp 1", "R1(config-bgp)# "},
+                {"address-family ipv4", "R1(config-bgp-af)# "},
+                {"do show clock", "R1(config-bgp-af)# "},
+                {"exit", "R1(config-bgp)# "},
+                {"hostname R2", "R2(config)# "},
+                {"no hostname", "cli(config)# "},
+                {"end", "cli# "}};
+  Session session;
+  for (const auto &step : kSteps) {
+    session.run(step.line);
+    EXPECT_EQ(session.prompt(), step.prompt) << step.line;
+  }
+}
+
+TEST_F(RouterTest, RulesAreNumbered) {
+  Session session;
+  session.run_all({"configure", "ip access-list A", "permit ip any any",
+                   "rule 15 deny tcp host 10.0.0.1 eq 80 any range 1 9 log", "deny udp 10.0.0.0/8 any",
+                   "rule 10 deny icmp any any", "no rule 99", "end"});
+  EXPECT_THAT(session.script(),
+              testing::ElementsAre("configure terminal", "ip access-list A", " rule 10 deny icmp any any",
+                                   " rule 15 deny tcp host 10.0.0.1 eq 80 any range 1 9 log",
+                                   " rule 20 deny udp 10.0.0.0/8 any", " exit", "!", "end"));
+  EXPECT_THAT(session.run("show access-lists"), HasSubstr("tcp       host 10.0.0.1 eq 80  any range 1 9  log"));
+  session.run_all({"configure", "ip access-list A", "resequence 100 5", "end"});
+  EXPECT_THAT(session.script(), testing::Contains(" rule 110 deny udp 10.0.0.0/8 any"));
+}
+
+TEST_F(RouterTest, AddressesReplaceOneAnotherAndDoNotOverlap) {
+  Session session;
+  session.run_all({"configure", "interface lo", "ip address 10.0.0.1/24", "ip address 10.0.1.1/24 secondary",
+                   "ip address 10.0.2.1/24", "interface test1", "mtu 1500"});
+  EXPECT_THAT(session.run("ip address 10.0.2.0/23"), HasSubstr("overlaps with an address of \"interface lo\""));
+  session.run_all({"ip address dhcp", "end"});
+  EXPECT_THAT(session.script(),
+              testing::ElementsAre("configure terminal", "interface lo", " ip address 10.0.1.1/24 secondary",
+                                   " ip address 10.0.2.1/24", " exit", "!", "interface test1", " ip address dhcp",
+                                   " mtu 1500", " exit", "!", "end"));
+}
+
+TEST_F(RouterTest, VlansShowTheirPorts) {
+  Session session;
+  session.run_all({"configure", "vlan 10", "name \"user net\"", "vlan 20", "interface test1",
+                   "switchport access vlan 10", "shutdown", "interface test2", "switchport mode trunk",
+                   "switchport trunk-allowed vlans 10,15-30", "end"});
+  EXPECT_EQ(session.run("show vlan"),
+            "\x1b[32mshow\x1b[m \x1b[32mvlan\x1b[m \n"
+            "VLAN 10 user net: \n"
+            "Port   Frames    Configured\n"
+            "---------------------------\n"
+            "test1  untagged  \x1b[;31mshutdown  \x1b[0m\n"
+            "test2  tagged    \x1b[;32menabled   \x1b[0m\n"
+            "\nVLAN 20: \n"
+            "Port   Frames    Configured\n"
+            "---------------------------\n"
+            "test2  tagged    \x1b[;32menabled   \x1b[0m\n");
+}
+
+// No argument reaches the shell as anything but one word of its own.
+TEST_F(RouterTest, PingTakesNoShellText) {
+  std::ofstream(folder_.file("ping")) << "#!/bin/sh\nfor word; do echo \"<$word>\"; done\n";
+  chmod(folder_.file("ping").c_str(), 0755);
+  const std::string path = std::getenv("PATH");
+  setenv("PATH", (folder_.file("") + ':' + path).c_str(), 1);
+  Session session;
+  EXPECT_THAT(session.run("ping 192.0.2.1 size 100 interface eth0 count 2"),
+              HasSubstr("\n<-c>\n<2>\n<-s>\n<100>\n<-I>\n<eth0>\n<192.0.2.1>\n"));
+  EXPECT_THAT(session.run("ping host.example"), HasSubstr("\n<-c>\n<5>\n<host.example>\n"));
+  for (const char *line : {"ping $(id)", "ping ';id'", "ping \"a b\"", "ping -f", "ping a|id", "ping ''", "ping `id`",
+                           "ping 192.0.2.1 interface 'eth0;id'", "ping 192.0.2.1 interface -f"}) {
+    EXPECT_THAT(session.run(line), testing::AllOf(HasSubstr("Invalid argument"), Not(HasSubstr("\n<")))) << line;
+  }
+  setenv("PATH", folder_.file("none").c_str(), 1);
+  EXPECT_THAT(session.run("ping host.example"), HasSubstr("% This machine has no program \"ping\""));
+  setenv("PATH", path.c_str(), 1);
+}
+
+TEST_F(RouterTest, TypesOfItsOwn) {
+  const struct {
+    const char *type;
+    const char *text;
+    bool complete;
+    bool partial;
+  } kCases[] = {
+      {"VlanId", "1", true, true},
+      {"VlanId", "4094", true, true},
+      {"VlanId", "4095", false, false},
+      {"VlanId", "1002", false, false},
+      {"VlanId", "0", false, true},
+      {"VlanList", "10", true, true},
+      {"VlanList", "10,20-30", true, true},
+      {"VlanList", "10,", false, true},
+      {"VlanList", "10-", false, true},
+      {"VlanList", "20-1", false, true},
+      {"VlanList", "20-1,3", false, false},
+      {"VlanList", "0", false, false},
+      {"VlanList", "1-4095", false, false},
+      {"VlanList", ",1", false, false},
+      {"VlanList", "1;2", false, false},
+      {"InterfaceName", "eth0.10", true, true},
+      {"InterfaceName", "-x", false, false},
+      {"InterfaceName", "a/b", false, false},
+      {"InterfaceName", "abcdefghijklmno", true, true},
+      {"InterfaceName", "abcdefghijklmnop", false, false},
+      {"FileName", "a-1.cfg", true, true},
+      {"FileName", "../a", false, false},
+      {"FileName", ".a", false, false},
+  };
+  validator_typesystem *types = validator_typesystem_new();
+  cli_shell_register_types(types);
+  for (const auto &row : kCases) {
+    const Json declaration(json_pack("{ss}", "#type", row.type), json_decref);
+    validator checked{};
+    ASSERT_EQ(validator_open(types, &checked, declaration.get()), 0);
+    EXPECT_EQ(validator_match(&checked, row.text, std::strlen(row.text)) != 0, row.complete)
+        << row.type << ' ' << row.text;
+    EXPECT_EQ(validator_match_partial(&checked, row.text, std::strlen(row.text)) != 0, row.partial)
+        << row.type << ' ' << row.text;
+    validator_close(&checked);
+  }
+  validator_typesystem_free(types);
+}
+
+TEST_F(RouterTest, ValuesComplete) {
+  Session session;
+  session.run_all({"configure", "vlan 30", "vlan 4", "ip access-list WEB", "ipv6 access-list MAIL",
+                   "username ann nopassword", "interface test1", "end", "copy running-config file before"});
+  const struct {
+    const char *line;  // up to the value
+    std::vector<std::string> words;
+  } kCases[] = {{"show vlan ", {"4", "30"}},
+                {"show access-lists ", {"MAIL", "WEB"}},
+                {"login ", {"ann"}},
+                {"show file ", {"before"}},
+                {"show interfaces ", {"test1"}}};
+  for (const auto &row : kCases) {
+    cli *engine = session.engine();
+    tokenizer_run(&engine->tokenizer, row.line, -1);
+    parser_set_root(&engine->parser, engine->current);
+    parser_run(&engine->parser, &engine->tokenizer, nullptr);
+    PtrVector *nodes = ptr_vector_new();
+    parser_get_available_nodes(&engine->parser, nodes);
+    const Json words(json_array(), json_decref);
+    for (size_t i = 0; i < ptr_vector_size(nodes); ++i) {
+      auto *node = static_cast<cli_node *>(ptr_vector_get(nodes, i));
+      if (node->type == TYPE_VALUE) cli_shell_complete(engine, node, "", words.get());
+    }
+    ptr_vector_free(nodes);
+    std::vector<std::string> found;
+    for (size_t i = 0; i < json_array_size(words.get()); ++i)
+      found.emplace_back(json_string_value(json_array_get(words.get(), i)));
+    EXPECT_THAT(found, testing::IsSupersetOf(row.words)) << row.line;
+  }
+}
+
+}  // namespace
