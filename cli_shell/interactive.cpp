@@ -9,6 +9,7 @@
 #include "cli_shell/line_editor.hpp"
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/wide_text.hpp"
+#include "cli_shell/words.hpp"
 
 namespace cli_shell {
 
@@ -28,6 +29,16 @@ EditorHooks hooks_of(Shell &shell) {
   return hooks;
 }
 
+// Without the blanks that belong to no word.
+std::string without_blanks_at_end(const std::string &line) {
+  WordScanner scanner;
+  size_t end = 0;
+  for (size_t i = 0; i < line.size(); ++i) {
+    if (!scanner.separates(line[i])) end = i + 1;
+  }
+  return line.substr(0, end);
+}
+
 // What the user typed, for the keys of this session and in the file for later ones. Each line is kept before it runs:
 // however the session ends, nothing is left to save.
 class TypedLines {
@@ -38,7 +49,8 @@ class TypedLines {
     for (const std::string &line : file_->load()) editor_.remember(line);
   }
 
-  void keep(const std::string &line) {
+  void keep(const std::string &typed) {
+    const std::string line = without_blanks_at_end(typed);
     if (!is_worth_keeping(line) || shell_.is_secret(line)) return;
     editor_.remember(line);
     if (!file_ || file_->append(line)) return;
@@ -65,10 +77,6 @@ bool leaves_unasked(Shell &shell, const std::string &line) {
   return line == kExit && shell.at_top() && !is_command(shell, line);
 }
 
-bool is_blank_line(const std::string &line) {
-  return line.find_first_not_of(" \t") == std::string::npos;
-}
-
 }  // namespace
 
 int run_interactive(Shell &shell) {
@@ -80,7 +88,7 @@ int run_interactive(Shell &shell) {
     const Input input = editor.read();
     switch (input.kind) {
       case Input::Kind::kLine:
-        if (is_blank_line(input.line)) break;
+        if (without_blanks_at_end(input.line).empty()) break;
         typed.keep(input.line);
         shell.execute(input.line);
         break;

@@ -17,6 +17,7 @@
 #include "cli_shell/columns.hpp"
 #include "cli_shell/display_text.hpp"
 #include "cli_shell/history.hpp"
+#include "cli_shell/key_reader.hpp"
 #include "cli_shell/terminal_signals.hpp"
 #include "cli_shell/wide_text.hpp"
 #include "cli_shell/words.hpp"
@@ -32,13 +33,8 @@ struct HistoryEnd {
   void operator()(HistoryW *history) const { history_wend(history); }
 };
 
-constexpr char kInterruptKey = '\3';
-constexpr char kEscape = '\033';
 constexpr std::string_view kPasteOn = "\033[?2004h";
 constexpr std::string_view kPasteOff = "\033[?2004l";
-constexpr std::string_view kPasteBegins = "[200~";  // behind the escape
-constexpr std::string_view kPasteEnds = "\033[201~";
-
 // Stands for pasted text in the stream of keys. Ctrl-backslash is bound to nothing else.
 constexpr wchar_t kPasteKey = L'\x1c';
 
@@ -48,20 +44,6 @@ constexpr int kEscapeTimeoutMs = 100;
 bool understands_sequences() {
   const char *terminal = std::getenv("TERM");
   return terminal != nullptr && *terminal != '\0' && std::strcmp(terminal, "dumb") != 0;
-}
-
-// Pasted bytes as text: line ends of any kind are newlines, other control bytes but tabs are left out, since no
-// pasted byte may act as a key.
-std::wstring pasted_text(std::string_view bytes) {
-  std::wstring text;
-  wchar_t last = 0;
-  for (const wchar_t character : decode(bytes)) {
-    const bool line_feed_of_crlf = character == L'\n' && last == L'\r';
-    last = character;
-    if (character == L'\r' || (character == L'\n' && !line_feed_of_crlf)) text += L'\n';
-    if (character == L'\t' || (character >= L' ' && character != 0x7f)) text += character;
-  }
-  return text;
 }
 
 std::string common_start(const std::vector<std::string> &words) {
@@ -91,14 +73,12 @@ class LineEditor::Session {
 
   Input read();
   void remember(const std::string &line);
-  void forget_pasted() { paste_.clear(); }
+  void forget_pasted() { keys_.forget_pasted(); }
 
  private:
   // A key's work on the screen below the line is done when libedit asks for the next key: only then has it brought
   // the cursor to the end of the line.
   enum class Below { kNothing, kHelp, kChoices, kAbandon };
-
-  enum class NextByte { kByte, kTimeout, kStopped };
 
   // A walk through the history, from the line as it was typed to earlier lines that begin like it.
   struct Recall {
@@ -109,6 +89,7 @@ class LineEditor::Session {
   };
 
   void bind_keys();
+  bool is_vi() const;
   void set_terminal_modes();
   void set_bracketed_paste(bool on);
   void clear_echo_of_typed_ahead();
@@ -144,16 +125,11 @@ class LineEditor::Session {
 
   // ---- Reading
   int next_key(wchar_t *key);
-  int read_key(wchar_t *key);
-  NextByte next_byte(int timeout_ms, char &byte);
   bool attend_to_signals();
   void stop_and_resume();
   void redraw_in_new_window();
   void redraw_from_start_of_row();
   size_t rows_above_cursor() const;
-  bool paste_follows();
-  bool read_paste();
-  bool interrupted_while_pasting();
 
   template <auto Method>
   static unsigned char bound(EditLine *editor, wint_t key) {
@@ -171,6 +147,7 @@ class LineEditor::Session {
   bool edits_;  // both sides are a terminal and the user wants editing
   bool sequences_ = understands_sequences();
   TerminalSignals signals_;
+  KeyReader keys_;
   std::unique_ptr<HistoryW, HistoryEnd> history_;
   std::unique_ptr<EditLine, EditLineEnd> editor_;
 
@@ -185,8 +162,6 @@ class LineEditor::Session {
   bool stopped_ = false;                // no further key for this line
   std::optional<std::wstring> tabbed_;  // the line after a Tab that left several choices
   Recall recall_;
-  std::string pushed_back_;  // bytes read ahead
-  std::wstring paste_;       // pasted text that is not yet in a line
 };
 
 LineEditor::Session::Session(EditorHooks hooks, FILE *in, FILE *out)
@@ -195,6 +170,7 @@ LineEditor::Session::Session(EditorHooks hooks, FILE *in, FILE *out)
       terminal_(fileno(in)),
       edits_(isatty(fileno(in)) != 0 && isatty(fileno(out)) != 0),
       signals_(terminal_),
+      keys_(signals_, terminal_),
       history_(history_winit()),
       editor_(el_init("cli-shell", in, out, stderr)) {
   if (!history_ || !editor_) throw std::bad_alloc();
@@ -216,6 +192,7 @@ LineEditor::Session::Session(EditorHooks hooks, FILE *in, FILE *out)
   edits_ = edits_ && wanted != 0;
   bind_keys();
   if (edits_) set_terminal_modes();
+  if (edits_) keys_.expect_pastes(is_vi() ? kEscapeTimeoutMs : -1);
 }
 
 LineEditor::Session::~Session() {
@@ -269,9 +246,7 @@ void LineEditor::Session::bind_keys() {
       {L"OB", L"cli-vi-recall-forward", kCommand},
   };
   EditLine *editor = editor_.get();
-  const wchar_t *mode = L"";
-  el_wget(editor, EL_EDITOR, &mode);
-  const bool vi = std::wstring_view(mode) == L"vi";
+  const bool vi = is_vi();
   for (const Function &row : kFunctions) el_wset(editor, EL_ADDFN, row.name, row.help, row.function);
   for (const Key &row : kKeys) {
     if ((row.maps & kMain) != 0 || ((row.maps & kEmacs) != 0 && !vi)) {
@@ -281,11 +256,17 @@ void LineEditor::Session::bind_keys() {
   }
 }
 
-// While a line is edited no key makes a signal: Ctrl-C and Ctrl-Z are keys with a meaning of their own. While a
-// command runs Ctrl-C interrupts it as ever, but Ctrl-Z is kept for the next line, since nobody here could continue a
-// stopped shell.
+bool LineEditor::Session::is_vi() const {
+  const wchar_t *mode = L"";
+  el_wget(editor_.get(), EL_EDITOR, &mode);
+  return std::wstring_view(mode) == L"vi";
+}
+
+// While a line is edited no key makes a signal: Ctrl-C and Ctrl-Z are keys with a meaning of their own. Nor does the
+// terminal turn line ends into others, since a paste may end its lines with two bytes. While a command runs Ctrl-C
+// interrupts it as ever, but Ctrl-Z is kept for the next line, since nobody here could continue a stopped shell.
 void LineEditor::Session::set_terminal_modes() {
-  el_wset(editor_.get(), EL_SETTY, L"-d", L"-isig", nullptr);
+  el_wset(editor_.get(), EL_SETTY, L"-d", L"-isig", L"-icrnl", L"-inlcr", nullptr);
   el_wset(editor_.get(), EL_SETTY, L"-x", L"susp=", nullptr);
 }
 
@@ -308,7 +289,7 @@ void LineEditor::Session::clear_echo_of_typed_ahead() {
 
 Input LineEditor::Session::read() {
   const SignalNotes before = signals_.take_notes();
-  if (before.interrupt) paste_.clear();  // it was meant for the lines that a paste still holds, too
+  if (before.interrupt) keys_.forget_pasted();  // it was meant for the lines that a paste still holds, too
   if (before.ending != 0) return {Input::Kind::kSignal, "", before.ending};
   const TerminalSignals::Editing editing;
   for (;;) {
@@ -401,11 +382,9 @@ unsigned char LineEditor::Session::exit_or_delete_key(wint_t) {
 
 // Inserts pasted text up to its next newline, which then ends the line.
 unsigned char LineEditor::Session::paste_key(wint_t) {
-  const size_t newline = paste_.find(L'\n');
-  const std::wstring text = paste_.substr(0, newline);
-  paste_.erase(0, newline == std::wstring::npos ? newline : newline + 1);
-  submit_ = newline != std::wstring::npos;
-  if (!text.empty() && el_winsertstr(editor_.get(), text.c_str()) != 0) return CC_ERROR;
+  const KeyReader::PastedLine line = keys_.take_pasted_line();
+  submit_ = line.ended;
+  if (!line.text.empty() && el_winsertstr(editor_.get(), line.text.c_str()) != 0) return CC_ERROR;
   return CC_REFRESH;
 }
 
@@ -552,62 +531,31 @@ int LineEditor::Session::next_key(wchar_t *key) {
     *key = L'\n';
     return 1;
   }
-  if (interrupted_while_pasting()) return -1;
-  if (!paste_.empty()) {
-    *key = kPasteKey;
-    return 1;
-  }
-  return read_key(key);
-}
-
-int LineEditor::Session::read_key(wchar_t *key) {
-  std::string bytes;
-  for (;;) {
-    char byte = 0;
-    if (next_byte(-1, byte) == NextByte::kStopped) return -1;
-    if (byte == kEscape && edits_ && paste_follows()) {
-      if (!read_paste()) return -1;
-      if (paste_.empty()) continue;
+  abandoned_ = keys_.interrupts_pasted();
+  stopped_ = abandoned_;
+  while (!stopped_) {
+    if (keys_.has_pasted()) {
       *key = kPasteKey;
       return 1;
     }
-    bytes += byte;
-    std::mbstate_t state{};
-    const size_t used = std::mbrtowc(key, bytes.data(), bytes.size(), &state);
-    if (used == static_cast<size_t>(-2)) continue;  // more bytes to come
-    if (used != static_cast<size_t>(-1)) return 1;
-    // No character: what was begun is dropped, and the byte that broke it off may begin another.
-    const bool begins_anew = bytes.size() > 1;
-    bytes.clear();
-    if (begins_anew) pushed_back_.insert(0, 1, byte);
-  }
-}
-
-LineEditor::Session::NextByte LineEditor::Session::next_byte(int timeout_ms, char &byte) {
-  if (!pushed_back_.empty()) {
-    byte = pushed_back_.front();
-    pushed_back_.erase(0, 1);
-    return NextByte::kByte;
-  }
-  for (;;) {
-    switch (signals_.wait_for_input(timeout_ms)) {
-      case TerminalSignals::Wake::kTimeout:
-        return NextByte::kTimeout;
-      case TerminalSignals::Wake::kSignal:
-        stopped_ = !attend_to_signals();
-        if (stopped_) return NextByte::kStopped;
+    switch (keys_.next(*key)) {
+      case KeyReader::Event::kCharacter:
+        return 1;
+      case KeyReader::Event::kPaste:
         break;
-      case TerminalSignals::Wake::kInput: {
-        // One byte at a time: what follows the line belongs to the command that the line starts.
-        const ssize_t count = ::read(terminal_, &byte, 1);
-        if (count == 1) return NextByte::kByte;
-        if (count < 0 && (errno == EINTR || errno == EAGAIN)) break;
+      case KeyReader::Event::kInterrupt:
+        stopped_ = abandoned_ = true;
+        break;
+      case KeyReader::Event::kSignal:
+        stopped_ = !attend_to_signals();
+        break;
+      case KeyReader::Event::kEnd:
         outcome_.kind = Input::Kind::kEndOfInput;
         stopped_ = true;
-        return NextByte::kStopped;
-      }
+        break;
     }
   }
+  return -1;
 }
 
 // Whether the line is still being read afterwards.
@@ -618,7 +566,7 @@ bool LineEditor::Session::attend_to_signals() {
     return false;
   }
   if (notes.interrupt) {
-    paste_.clear();
+    keys_.forget_pasted();
     abandoned_ = true;
     return false;
   }
@@ -664,56 +612,6 @@ size_t LineEditor::Session::rows_above_cursor() const {
   const LineInfoW *line = el_wline(editor_.get());
   const std::wstring before = prompt_ + std::wstring(line->buffer, static_cast<size_t>(line->cursor - line->buffer));
   return columns(before) / window_width();
-}
-
-// Whether the escape just read begins pasted text; if not, what was read ahead is put back.
-bool LineEditor::Session::paste_follows() {
-  const wchar_t *mode = L"";
-  el_wget(editor_.get(), EL_EDITOR, &mode);
-  const int timeout = std::wstring_view(mode) == L"vi" ? kEscapeTimeoutMs : -1;
-  std::string ahead;
-  for (const char expected : kPasteBegins) {
-    char byte = 0;
-    if (next_byte(timeout, byte) != NextByte::kByte) break;
-    ahead += byte;
-    if (byte != expected) break;
-  }
-  if (ahead == kPasteBegins) return true;
-  pushed_back_.insert(0, ahead);
-  return false;
-}
-
-// Reads pasted text whole, before any of its lines runs: the terminal would echo what comes in while a command runs.
-bool LineEditor::Session::read_paste() {
-  std::string bytes;
-  while (!bytes.ends_with(kPasteEnds)) {
-    char byte = 0;
-    if (next_byte(-1, byte) != NextByte::kByte) return false;
-    if (byte == kInterruptKey) {
-      abandoned_ = true;
-      return false;
-    }
-    bytes += byte;
-  }
-  bytes.resize(bytes.size() - kPasteEnds.size());
-  paste_ += pasted_text(bytes);
-  return true;
-}
-
-// Ctrl-C typed while lines of a paste run is for all of them.
-bool LineEditor::Session::interrupted_while_pasting() {
-  while (!paste_.empty() && signals_.wait_for_input(0) == TerminalSignals::Wake::kInput) {
-    char byte = 0;
-    if (::read(terminal_, &byte, 1) != 1) break;
-    if (byte == kInterruptKey) {
-      paste_.clear();
-      pushed_back_.clear();
-      abandoned_ = true;
-      return true;
-    }
-    pushed_back_ += byte;
-  }
-  return false;
 }
 
 LineEditor::LineEditor(EditorHooks hooks, FILE *in, FILE *out)
