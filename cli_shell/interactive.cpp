@@ -1,18 +1,108 @@
 #include "cli_shell/interactive.hpp"
 
+#include <cerrno>
 #include <cstdio>
-#include <iostream>
-#include <string>
+#include <cstring>
+#include <optional>
+
+#include "cli_shell/history.hpp"
+#include "cli_shell/line_editor.hpp"
+#include "cli_shell/raw_write.hpp"
+#include "cli_shell/wide_text.hpp"
+#include "cli_shell/words.hpp"
 
 namespace cli_shell {
 
+namespace {
+
+constexpr int kExitSignalled = 128;
+constexpr const char *kExit = "exit";
+
+EditorHooks hooks_of(Shell &shell) {
+  EditorHooks hooks;
+  hooks.prompt = [&shell] { return shell.prompt(); };
+  hooks.help = [&shell](const std::string &before_cursor) { shell.help(before_cursor); };
+  hooks.complete = [&shell](const std::string &before_cursor) {
+    Completion completion = shell.complete(before_cursor);
+    return Choices{completion.start, std::move(completion.words)};
+  };
+  return hooks;
+}
+
+// Without the blanks that belong to no word.
+std::string without_blanks_at_end(const std::string &line) {
+  WordScanner scanner;
+  size_t end = 0;
+  for (size_t i = 0; i < line.size(); ++i) {
+    if (!scanner.separates(line[i])) end = i + 1;
+  }
+  return line.substr(0, end);
+}
+
+// What the user typed, for the keys of this session and in the file for later ones. Each line is kept before it runs:
+// however the session ends, nothing is left to save.
+class TypedLines {
+ public:
+  TypedLines(Shell &shell, LineEditor &editor) : shell_(shell), editor_(editor) {
+    if (const std::optional<std::string> path = HistoryFile::default_path()) file_.emplace(*path);
+    if (!file_) return;
+    for (const std::string &line : file_->load()) editor_.remember(line);
+  }
+
+  void keep(const std::string &typed) {
+    const std::string line = without_blanks_at_end(typed);
+    if (!is_worth_keeping(line) || shell_.is_secret(line)) return;
+    editor_.remember(line);
+    if (!file_ || file_->append(line)) return;
+    say_on_standard_error("the history is not kept: " + file_->path() + ": " + std::strerror(errno));
+    file_.reset();  // said once
+  }
+
+ private:
+  Shell &shell_;
+  LineEditor &editor_;
+  std::optional<HistoryFile> file_;
+};
+
+bool is_command(Shell &shell, const std::string &line) {
+  cli *engine = shell.engine();
+  tokenizer_run(&engine->tokenizer, line.c_str(), -1);
+  parser_set_root(&engine->parser, engine->current);
+  const cli_node *selected = parser_run(&engine->parser, &engine->tokenizer, nullptr);
+  return selected != nullptr && selected->type == TYPE_COMMAND && selected->parent != nullptr;
+}
+
+// Whether Ctrl-D leaves the shell by itself: at the top level, where the language has no "exit" to do it, or to refuse.
+bool leaves_unasked(Shell &shell, const std::string &line) {
+  return line == kExit && shell.at_top() && !is_command(shell, line);
+}
+
+}  // namespace
+
 int run_interactive(Shell &shell) {
-  std::string line;
-  while (!shell.leave_requested()) {
-    std::fputs(shell.prompt().c_str(), stdout);
-    std::fflush(stdout);
-    if (!std::getline(std::cin, line)) break;
-    shell.execute(line);
+  use_character_set_of_user();
+  LineEditor editor(hooks_of(shell), stdin, stdout);
+  TypedLines typed(shell, editor);
+  bool left = false;
+  while (!left && !shell.leave_requested()) {
+    const Input input = editor.read();
+    switch (input.kind) {
+      case Input::Kind::kLine:
+        if (without_blanks_at_end(input.line).empty()) break;
+        typed.keep(input.line);
+        shell.execute(input.line);
+        break;
+      case Input::Kind::kKeyedLine:
+        left = leaves_unasked(shell, input.line);
+        if (!left) shell.execute(input.line);
+        break;
+      case Input::Kind::kEndOfInput:
+        left = true;
+        break;
+      case Input::Kind::kSignal:
+        return kExitSignalled + input.signal;
+    }
+    if (Output::interrupted()) editor.forget_pasted();
   }
   return shell.output_lost() ? 1 : 0;
 }

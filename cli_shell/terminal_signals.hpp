@@ -1,0 +1,67 @@
+// The signals of a session at a terminal. Handlers only take note of them; the editor attends to the notes while it
+// waits for a key, so that nothing runs at a moment that the editor does not choose.
+#ifndef CLI_SHELL_TERMINAL_SIGNALS_HPP
+#define CLI_SHELL_TERMINAL_SIGNALS_HPP
+
+#include <csignal>
+
+namespace cli_shell {
+
+// Signals noted since they were last asked for.
+struct SignalNotes {
+  bool interrupt = false;
+  bool stop = false;
+  bool resumed = false;
+  bool window_changed = false;
+  int ending = 0;  // SIGHUP or SIGTERM; 0 for none
+};
+
+// Handles the session's signals while it lives; one at a time in a process. SIGINT and SIGQUIT never end the session.
+// SIGHUP and SIGTERM end it: at once between lines, after the terminal got back the modes that it had when this was
+// made; while a line is edited they are noted, for the editor to return in order.
+class TerminalSignals {
+ public:
+  explicit TerminalSignals(int terminal);
+  ~TerminalSignals();
+  TerminalSignals(const TerminalSignals &) = delete;
+  TerminalSignals &operator=(const TerminalSignals &) = delete;
+
+  enum class Wake { kInput, kSignal, kTimeout };
+
+  // Waits until the terminal has input, a signal is noted or the time is over (-1: no limit).
+  Wake wait_for_input(int timeout_ms);
+
+  SignalNotes take_notes();
+  void forget_interrupt();
+
+  // Stops the process as SIGTSTP does where it is not handled; returns when it goes on.
+  void stop_process();
+
+  // Gives the terminal back its modes of the beginning. Input that waits is kept.
+  void restore_terminal();
+
+  // The time in which a line is edited.
+  class Editing {
+   public:
+    Editing();
+    ~Editing();
+    Editing(const Editing &) = delete;
+    Editing &operator=(const Editing &) = delete;
+
+   private:
+    struct sigaction stop_before_ {};
+  };
+
+ private:
+  struct Saved {
+    int signal;
+    struct sigaction action;
+  };
+  static constexpr int kHandled[] = {SIGINT, SIGQUIT, SIGCONT, SIGWINCH, SIGHUP, SIGTERM};
+
+  Saved saved_[sizeof kHandled / sizeof *kHandled];
+};
+
+}  // namespace cli_shell
+
+#endif
