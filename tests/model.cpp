@@ -423,7 +423,7 @@ void Engine::import_args(Node &node, json_t *declaration) {
 // Looked up by the words that lead to the node inside its mode, and by the prompt name of that mode.
 int Engine::level_of(const Node &under, const Node &node, const std::string &key, json_t *privileges) const {
   std::string path = key, mode;
-  for (const Node *above = &under; above->kind != kMode; above = above->parent) path = above->name + " " + path;
+  for (const Node *above = &under; above->kind != kMode; above = above->parent) path.insert(0, above->name + " ");
   if (under.prompt) {
     mode = *under.mode_prompt;
   } else if (node.prompt) {

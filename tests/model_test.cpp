@@ -350,7 +350,7 @@ class Generator {
       const int kind = pick(depth < 3 ? 11 : 7);
       names_.push_back(word());
       std::string key = names_.back();
-      if (!keys.empty() && chance(35)) key = cased(keys[index(keys.size())]) + " " + key;
+      if (!keys.empty() && chance(35)) key.insert(0, cased(keys[index(keys.size())]) + " ");
       if (kind == 0) set(definition, "#alias", line(nullptr));
       if (kind > 1 && (kind < 5 || chance(50))) {
         set(definition, "#handler", chance(80) ? kBehaviours[0].name : kBehaviours[pick(4)].name);
