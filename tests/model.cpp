@@ -796,7 +796,9 @@ void Engine::report_error() {
 }
 
 void Engine::list_available() {
+  const auto outcome = error;
   const std::vector<Node *> nodes = available();
+  error = outcome;
   std::string scratch;
   int widest = 0;
   if (!nodes.empty()) out += "Available: \n";
