@@ -107,7 +107,9 @@ void report_error(cli *engine) {
 void list_available(cli *engine) {
   ParserState &state = state_of(engine->parser);
   PtrVector &nodes = *state.nodes;
+  const parser_error outcome = *engine->parser.error;
   get_available_nodes(engine->parser, &nodes, {});
+  *engine->parser.error = outcome;  // the host may ask how the line ended
   if (nodes.size == 0) {
     return;
   }

@@ -69,28 +69,6 @@ void require(bool condition) {
   if (!condition) throw BadDocument();
 }
 
-std::optional<std::string> help_text(json_t *definition) {
-  json_t *help = json_object_get(definition, "#help");
-  if (!help) return std::nullopt;
-  if (json_is_string(help)) return json_string_value(help);
-  std::string format_text = text_of(help, "fmt").value_or(""), result;
-  require(!format_text.empty());
-  for (size_t i = 0; i < format_text.size(); ++i) {
-    require(format_text[i] != '}');
-    if (format_text[i] != '{') {
-      result += format_text[i];
-      continue;
-    }
-    const size_t end = format_text.find('}', i);
-    if (end == std::string::npos) break;
-    json_t *member = json_object_get(json_object_get(help, "args"), format_text.substr(i + 1, end - i - 1).c_str());
-    require(json_is_string(member) || json_is_integer(member) || json_is_boolean(member));
-    result += entry_text(member);
-    i = end;
-  }
-  return result;
-}
-
 // ---- Values ----
 
 int digit(char c) {
@@ -133,14 +111,11 @@ std::optional<std::string> entry_meant(const Node &value, const std::string &tex
   return std::nullopt;
 }
 
+// More characters can lengthen a text, and take a number further from 0.
 int match_bounds(const Node &value, const std::string &text, long long n) {
-  if (!value.numeric) {
-    const auto length = static_cast<long long>(text.size());
-    return length > value.high ? -1 : length < value.low ? 0 : 1;
-  }
-  if (n > value.high) return n >= 0 ? -1 : 0;
-  if (n < value.low) return n >= 0 ? 0 : -1;
-  return 1;
+  if (!value.numeric) n = static_cast<long long>(text.size());
+  if (n >= value.low && n <= value.high) return 1;
+  return (n < value.low) == (n >= 0) ? 0 : -1;
 }
 
 void read_facets(Node &value, json_t *declaration) {
@@ -269,45 +244,34 @@ bool same(const std::string &a, const std::string &b) {
   return a.size() == b.size() && starts(a, b);
 }
 
-Tokens tokenize(const std::string &line, int cursor, TokenRef *at_cursor) {
+Tokens tokenize(const std::string &line, TokenRef *last) {
   Tokens tokens;
   std::string text;
-  int offset = -1;
   bool quoted = false, escaped = false;
   char quote = 0;
   const auto emit = [&] {
-    if (text.empty() && !quoted) return;
-    tokens.push_back(std::make_shared<Token>(Token{text, offset, nullptr}));
-    if (offset >= 0 && at_cursor) *at_cursor = tokens.back();
+    const bool is_word = quoted || !text.empty();
+    if (is_word) tokens.push_back(std::make_shared<Token>(Token{text}));
     text.clear();
-    offset = -1;
+    quoted = false;
+    return is_word;
   };
-  for (size_t i = 0; i < line.size(); ++i) {
-    const char c = line[i];
-    if (static_cast<int>(i) == cursor) offset = static_cast<int>(text.size());
-    if (escaped) {
-      text += c;
-      escaped = false;
-    } else if (c == '\\') {
+  for (const char c : line) {
+    if (!escaped && c == '\\') {
       escaped = true;
-    } else if (quote) {
-      if (c == quote) {
-        quote = 0;
-      } else {
-        text += c;
-      }
-    } else if (c == '\'' || c == '"') {
+    } else if (!escaped && quote && c == quote) {
+      quote = 0;
+    } else if (!escaped && !quote && (c == '\'' || c == '"')) {
       quote = c;
       quoted = true;
-    } else if (isspace(static_cast<unsigned char>(c))) {
+    } else if (!escaped && !quote && isspace(static_cast<unsigned char>(c))) {
       emit();
-      quoted = false;
     } else {
       text += c;
+      escaped = false;
     }
   }
-  if (static_cast<int>(line.size()) == cursor) offset = static_cast<int>(text.size());
-  emit();
+  if (emit() && last) *last = tokens.back();
   return tokens;
 }
 
@@ -380,7 +344,7 @@ void Engine::import(Node &under, json_t *definitions, json_t *privileges) {
     const std::string name = blank == std::string::npos ? key : key.substr(blank + 1);
     require(!name.empty());
     Node *parent = &under;
-    for (const TokenRef &word : tokenize(key.substr(0, key.size() - name.size()), -1, nullptr)) {
+    for (const TokenRef &word : tokenize(key.substr(0, key.size() - name.size()))) {
       Node *next = nullptr;
       for (const auto &child : parent->words) next = same(child->name, word->text) ? child.get() : next;
       require(next != nullptr);
@@ -390,7 +354,7 @@ void Engine::import(Node &under, json_t *definitions, json_t *privileges) {
 
     json_t *variants = json_object_get(definition, "#prompt");
     const std::optional<std::string> alias = text_of(definition, "#alias"), function = text_of(definition, "#handler"),
-                                     help = help_text(definition);
+                                     help = text_of(definition, "#help");
     auto node = std::make_unique<Node>(variants ? kMode : alias ? kAlias : function ? kCommand : kWord);
     node->name = name;
     node->parent = parent;
@@ -434,7 +398,7 @@ void Engine::import_args(Node &node, json_t *declaration) {
     json_t *entry = json_array_get(list, i);
     const auto is_true = [&](const char *key) { return json_is_true(json_object_get(entry, key)); };
     const std::string type = text_of(entry, "#type").value_or("");
-    const std::optional<std::string> name = text_of(entry, "#name"), help = help_text(entry);
+    const std::optional<std::string> name = text_of(entry, "#name"), help = text_of(entry, "#help");
     require(node.kind != kValue && (node.kind != kKey || node.args.empty()));
     Node &arg = adopt(node.args, node,
                       std::make_unique<Node>(type == "key"         ? kKey
@@ -459,7 +423,7 @@ void Engine::import_args(Node &node, json_t *declaration) {
 // Looked up by the words that lead to the node inside its mode, and by the prompt name of that mode.
 int Engine::level_of(const Node &under, const Node &node, const std::string &key, json_t *privileges) const {
   std::string path = key, mode;
-  for (const Node *above = &under; above->kind != kMode; above = above->parent) path = above->name + " " + path;
+  for (const Node *above = &under; above->kind != kMode; above = above->parent) path.insert(0, above->name + " ");
   if (under.prompt) {
     mode = *under.mode_prompt;
   } else if (node.prompt) {
@@ -736,7 +700,7 @@ Node *Engine::parse() {
     in_parents = false;
     if (word->kind == kAlias) {
       if (++expansions > 16) return fail(kExtra, token(), node);
-      const Tokens replacement = tokenize(word->alias, -1, nullptr);
+      const Tokens replacement = tokenize(word->alias);
       const auto place = tokens.erase(tokens.begin() + static_cast<long>(at));
       tokens.insert(place, replacement.begin(), replacement.end());
       continue;
@@ -775,7 +739,7 @@ std::vector<Node *> Engine::available() {
 
 void Engine::split(const std::string &line, bool with_cursor) {
   cursor = nullptr;
-  tokens = tokenize(line, with_cursor ? static_cast<int>(line.size()) : -1, &cursor);
+  tokens = tokenize(line, with_cursor ? &cursor : nullptr);
   const bool typing = line.empty() || !isspace(static_cast<unsigned char>(line.back()));
   if (cursor && typing) tokens.erase(std::find(tokens.begin(), tokens.end(), cursor), tokens.end());
 }
@@ -832,7 +796,9 @@ void Engine::report_error() {
 }
 
 void Engine::list_available() {
+  const auto outcome = error;
   const std::vector<Node *> nodes = available();
+  error = outcome;
   std::string scratch;
   int widest = 0;
   if (!nodes.empty()) out += "Available: \n";

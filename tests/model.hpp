@@ -18,7 +18,6 @@ struct Node;
 
 struct Token {
   std::string text;
-  int cursor = -1;
   Node *node = nullptr;
 };
 using TokenRef = std::shared_ptr<Token>;
@@ -124,7 +123,7 @@ class Engine {
   std::vector<Node *> candidates;
 };
 
-Tokens tokenize(const std::string &line, int cursor, TokenRef *at_cursor);
+Tokens tokenize(const std::string &line, TokenRef *last = nullptr);       // last: the word that the line ends in
 int match(const Node &value, const std::string &text);                    // 1 complete, 0 incomplete, -1 none
 std::optional<std::string> value_of(const Node &node);                    // as JSON text
 int print_node(const Node &node, const Token *token, std::string &text);  // returns the visible width
