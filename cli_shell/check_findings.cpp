@@ -99,7 +99,9 @@ void print_json_member(const char *name, std::string_view text, std::FILE *out) 
 
 }  // namespace
 
-const RuleRow &rule_row(Rule rule) { return kRules[static_cast<std::size_t>(rule)].second; }
+const RuleRow &rule_row(Rule rule) {
+  return kRules[static_cast<std::size_t>(rule)].second;
+}
 
 std::string_view severity_name(Severity severity) {
   switch (severity) {

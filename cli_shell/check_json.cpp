@@ -58,16 +58,20 @@ namespace {
 
 constexpr int kDeepest = 2048;  // levels, the outermost value and the innermost scalar included
 
-bool is_digit(int byte) { return byte >= '0' && byte <= '9'; }
+bool is_digit(int byte) {
+  return byte >= '0' && byte <= '9';
+}
 
-bool is_blank(int byte) { return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r'; }
+bool is_blank(int byte) {
+  return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
+}
 
 // The length of the UTF-8 sequence at the start of the text, or 0: no overlong forms, no surrogates, at most U+10FFFF.
 std::size_t utf8_length(std::string_view text) {
   const auto byte = [text](std::size_t at) { return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U; };
   struct Row {
-    unsigned first, last;              // range of the leading byte
-    unsigned low, high;                // range of the second byte; the others are 80 to BF
+    unsigned first, last;  // range of the leading byte
+    unsigned low, high;    // range of the second byte; the others are 80 to BF
     std::size_t length;
   };
   static constexpr Row kRows[] = {
@@ -473,6 +477,8 @@ class Reader {
 
 }  // namespace
 
-bool read_json(JsonDocument &document, JsonFault &fault) { return Reader(document, fault).read(); }
+bool read_json(JsonDocument &document, JsonFault &fault) {
+  return Reader(document, fault).read();
+}
 
 }  // namespace cli_check
