@@ -168,31 +168,34 @@ class Loader {
     }
   }
 
+  // The node that the words of a path lead to, or null after a complaint.
   Node *find_path(const JsonMember &member, std::string_view path, Node &current) {
     Node *at = &current;
-    while (true) {
-      const std::size_t start = std::min(path.find_first_not_of(' '), path.size());
-      path.remove_prefix(start);
-      if (path.empty()) {
-        return at;
-      }
-      const std::string_view word = path.substr(0, path.find(' '));
-      path.remove_prefix(word.size());
+    for (std::string_view word = first_word(path); !word.empty(); word = first_word(path)) {
       const auto found = at->words.find(word);
       if (found == at->words.end()) {
-        complain_about_path(member, word, *at);
+        const std::string below = at->parent == nullptr ? "" : " below " + in_words(*at);
+        complain_about_path(member, "the word " + quoted(word) + " is not declared before this definition" + below);
         return nullptr;
       }
       at = found->second;
+      if (!at->takes_words()) {
+        complain_about_path(member, "the path leads through the alias " + quoted(at->name));
+        return nullptr;
+      }
     }
+    return at;
   }
 
-  void complain_about_path(const JsonMember &member, std::string_view word, const Node &at) {
-    std::string text = at.takes_words() ? "the word " + quoted(word) + " is not declared before this definition"
-                                        : "the path leads through the alias " + quoted(at.name);
-    if (at.parent != nullptr && at.takes_words()) {
-      text += " below " + in_words(at);
-    }
+  // Takes the first word off a path; empty at its end.
+  static std::string_view first_word(std::string_view &path) {
+    path.remove_prefix(std::min(path.find_first_not_of(' '), path.size()));
+    const std::string_view word = path.substr(0, path.find(' '));
+    path.remove_prefix(word.size());
+    return word;
+  }
+
+  void complain_about_path(const JsonMember &member, std::string text) {
     findings_.add(Rule::kUnknownPath, *language_.definitions, member.offset, quoted(member.name), std::move(text));
   }
 
