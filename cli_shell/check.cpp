@@ -140,28 +140,6 @@ struct TypesRelease {
 };
 using Types = std::unique_ptr<validator_typesystem, TypesRelease>;
 
-struct JsonRelease {
-  void operator()(json_t *value) const { json_decref(value); }
-};
-
-std::optional<BaseType> base_type_of(validator_typesystem *types, const char *name) {
-  const std::unique_ptr<json_t, JsonRelease> declaration(json_pack("{ss}", "#type", name));
-  validator v;
-  if (validator_open(types, &v, declaration.get()) != 0) {
-    return std::nullopt;
-  }
-  const int basetype = validator_get_basetype(&v);
-  validator_close(&v);
-  switch (basetype) {
-    case BASETYPE_INT:
-      return BaseType::kInt;
-    case BASETYPE_UINT:
-      return BaseType::kUnsigned;
-    default:
-      return BaseType::kText;
-  }
-}
-
 // A library stays loaded until the process ends.
 void load_library(const std::string &path, validator_typesystem *types) {
   // A name without a slash means a file here, not one of the system's libraries.
@@ -178,6 +156,7 @@ void load_library(const std::string &path, validator_typesystem *types) {
 
 Host host_with(const std::vector<std::string> &libraries, validator_typesystem *types) {
   Host host;
+  host.types = types;
   if (libraries.empty()) {
     return host;
   }
@@ -185,7 +164,6 @@ Host host_with(const std::vector<std::string> &libraries, validator_typesystem *
     load_library(path, types);
   }
   host.has_handler = [](const char *name) { return dlsym(RTLD_DEFAULT, name) != nullptr; };
-  host.type_of_host = [types](const char *name) { return base_type_of(types, name); };
   return host;
 }
 

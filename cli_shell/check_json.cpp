@@ -37,6 +37,11 @@ void JsonValue::set_text(std::string_view text) {
   count_ = static_cast<uint32_t>(text.size());
 }
 
+void JsonValue::set_real(std::string_view digits) {
+  set_text(digits);
+  kind = JsonKind::kReal;
+}
+
 void JsonValue::set_integer(int64_t integer) {
   kind = JsonKind::kInteger;
   integer_ = integer;
@@ -271,7 +276,7 @@ class Reader {
   }
 
   bool real_value(JsonValue &out, std::size_t start, std::string_view number) {
-    out.kind = JsonKind::kReal;
+    out.set_real(number);
     return !overflows(std::string(number)) || fail_at(start, "the number is too large");
   }
 

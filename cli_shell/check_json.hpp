@@ -31,6 +31,9 @@ class JsonValue {
 
   // Each is empty, or 0, for a value of another kind.
   [[nodiscard]] std::string_view text() const { return is_string() ? std::string_view(text_, count_) : ""; }
+  [[nodiscard]] std::string_view real_digits() const {
+    return is(JsonKind::kReal) ? std::string_view(text_, count_) : "";
+  }
   [[nodiscard]] int64_t integer() const { return is(JsonKind::kInteger) ? integer_ : 0; }
   [[nodiscard]] std::span<const JsonValue> items() const;
   [[nodiscard]] std::span<const JsonMember> members() const;
@@ -39,6 +42,7 @@ class JsonValue {
   [[nodiscard]] const JsonValue *find(std::string_view name) const;
 
   void set_text(std::string_view text);
+  void set_real(std::string_view digits);
   void set_integer(int64_t integer);
   void set_items(std::span<const JsonValue> items);
   void set_members(std::span<const JsonMember> members);

@@ -30,14 +30,6 @@ std::string names_below(const Node *top, const Node &node) {
   return text;
 }
 
-const Node *owner_of(const Node &argument) {
-  const Node *at = &argument;
-  while (at->is_argument()) {
-    at = at->parent;
-  }
-  return at;
-}
-
 }  // namespace
 
 bool same_letters(std::string_view a, std::string_view b) {
@@ -53,6 +45,22 @@ bool WordOrder::operator()(std::string_view a, std::string_view b) const {
   return difference != 0 ? difference < 0 : a.size() < b.size();
 }
 
+const Node *enclosing_mode(const Node &node) {
+  const Node *at = node.parent;
+  while (at != nullptr && at->kind != NodeKind::kMode) {
+    at = at->parent;
+  }
+  return at;
+}
+
+const Node &owner_of(const Node &argument) {
+  const Node *at = &argument;
+  while (at->is_argument()) {
+    at = at->parent;
+  }
+  return *at;
+}
+
 std::string words_to(const Node &node) {
   return names_below(nullptr, node);
 }
@@ -61,9 +69,9 @@ std::string in_words(const Node &node) {
   if (!node.is_argument()) {
     return quoted(words_to(node));
   }
-  const Node *owner = owner_of(node);
-  std::string text = quoted(words_to(*owner));
-  const std::string argument = names_below(owner, node);
+  const Node &owner = owner_of(node);
+  std::string text = quoted(words_to(owner));
+  const std::string argument = names_below(&owner, node);
   if (argument.empty()) {
     return text + ", a group";
   }

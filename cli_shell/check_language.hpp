@@ -31,14 +31,15 @@ struct Node {
   bool is_builtin = false;  // "do", "end", "exit"
   bool is_listed = true;    // in the parent's words; false when an equal name came first or there is no place
   bool is_required = true;  // arguments
+  bool is_sound = true;     // values: the type is known and the facets fit it
   GroupMode mode = GroupMode::kSequential;  // groups
   BaseType basetype = BaseType::kText;      // values
   int32_t privilege = 0;
   uint32_t offset = 0;                    // of the definition's key, or of the argument's declaration
   std::string_view name;                  // may be empty
   const JsonValue *definition = nullptr;  // null for built-in words and the group that holds a command's arguments
-  std::string_view help;                  // of a string; a template is expanded where it is wanted
   std::string_view mode_prompt;
+  const JsonMember *level_entry = nullptr;  // the entry of the privilege table that gave the level
   Node *parent = nullptr;
   std::vector<Node *> args;
   std::map<std::string_view, Node *, WordOrder> words;
@@ -69,6 +70,12 @@ struct Language {
 
   Language() { root.kind = NodeKind::kMode; }
 };
+
+// The mode that encloses the node; null for the root.
+[[nodiscard]] const Node *enclosing_mode(const Node &node);
+
+// The word that an argument belongs to.
+[[nodiscard]] const Node &owner_of(const Node &argument);
 
 // The node in words: "configure interface", argument "name".
 [[nodiscard]] std::string in_words(const Node &node);

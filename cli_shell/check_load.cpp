@@ -4,6 +4,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "cli_shell/check_match.hpp"
 #include "cli_shell/check_values.hpp"
 
 namespace cli_check {
@@ -267,6 +268,7 @@ class Loader {
     const int32_t privilege = has_level ? entry->level : parent.privilege;
     if (node.kind != NodeKind::kAlias) {
       node.privilege = privilege;
+      node.level_entry = has_level ? entry->member : nullptr;
     }
   }
 
@@ -359,6 +361,7 @@ class Loader {
       return arg;
     }
     if (!declaration.is_object()) {
+      arg.is_sound = false;
       reporter.add(Rule::kUnknownType, declaration,
                    "an argument is declared by an object, not " + std::string(kind_in_words(declaration)));
       return arg;
@@ -390,17 +393,19 @@ class Loader {
 
   void read_type(Node &arg, const JsonValue *type, const Reporter &reporter) {
     if (!is_text(type)) {
+      arg.is_sound = false;
       reporter.add(Rule::kUnknownType, type == nullptr ? *arg.definition : *type,
                    "an argument needs a \"#type\" that is a string");
       return;
     }
     const std::optional<BaseType> basetype = find_type(type->text());
     if (!basetype) {
+      arg.is_sound = false;
       reporter.add(Rule::kUnknownType, *type, "there is no type " + quoted(type->text()) + similar_type(type->text()));
       return;
     }
     arg.basetype = *basetype;
-    check_facets(*arg.definition, *basetype, reporter);
+    arg.is_sound = check_facets(*arg.definition, *basetype, reporter);
   }
 
   std::optional<BaseType> find_type(std::string_view name) {
@@ -409,7 +414,7 @@ class Loader {
         return row.basetype;
       }
     }
-    return host_.type_of_host ? host_.type_of_host(std::string(name).c_str()) : std::nullopt;
+    return host_.types == nullptr ? std::nullopt : base_type(host_.types, name);
   }
 
   static std::string similar_type(std::string_view name) {
@@ -418,7 +423,7 @@ class Loader {
         return "; did you mean " + quoted(row.name) + "?";
       }
     }
-    return "";
+    return "; the types of a host are known to its handlers library";
   }
 
   const Host &host_;

@@ -3,18 +3,17 @@
 #define CLI_SHELL_CHECK_LOAD_HPP
 
 #include <functional>
-#include <optional>
-#include <string_view>
 
+#include "cli_engine/validator.h"
 #include "cli_shell/check_findings.hpp"
 #include "cli_shell/check_language.hpp"
 
 namespace cli_check {
 
-// What the host adds to the documents. An empty function knows nothing.
+// What the host adds to the documents.
 struct Host {
-  std::function<bool(const char *)> has_handler;                      // empty: handlers are not looked up
-  std::function<std::optional<BaseType>(const char *)> type_of_host;  // value types besides the built-in ones
+  std::function<bool(const char *)> has_handler;  // empty: handlers are not looked up
+  validator_typesystem *types = nullptr;          // borrowed; null: the built-in types alone
 };
 
 // Reads and checks the documents; privileges may be null. The language refers to the documents and is filled once.

@@ -269,7 +269,8 @@ std::string_view check_prompt(const JsonValue &prompt, const Reporter &reporter)
   return prompt.text();
 }
 
-void check_facets(const JsonValue &declaration, BaseType basetype, const Reporter &reporter) {
+bool check_facets(const JsonValue &declaration, BaseType basetype, const Reporter &reporter) {
+  const std::size_t before = reporter.findings.all().size();
   const Facets facets(declaration, reporter);
   if (basetype == BaseType::kText) {
     facets.check_lengths();
@@ -277,6 +278,7 @@ void check_facets(const JsonValue &declaration, BaseType basetype, const Reporte
     facets.check_numbers(basetype);
   }
   facets.check_enumeration();
+  return reporter.findings.all().size() == before;
 }
 
 }  // namespace cli_check

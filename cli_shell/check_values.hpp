@@ -32,8 +32,8 @@ void check_help(const JsonValue &help, const Reporter &reporter, std::string *ex
 // Checks a "#prompt" and returns the name that it has while the documents are loaded.
 [[nodiscard]] std::string_view check_prompt(const JsonValue &prompt, const Reporter &reporter);
 
-// Checks the bounds and the enumeration of a value of the base type.
-void check_facets(const JsonValue &declaration, BaseType basetype, const Reporter &reporter);
+// Checks the bounds and the enumeration of a value of the base type; true when they fit it.
+bool check_facets(const JsonValue &declaration, BaseType basetype, const Reporter &reporter);
 
 }  // namespace cli_check
 

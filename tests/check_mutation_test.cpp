@@ -1,7 +1,9 @@
 // The checker and the loader agree on which documents load. Documents that load are changed at random, in their
 // structure or in their text; each result is given to both, the loader in a process of its own, because it ends one.
 //
-// CHECK_MUTATIONS and CHECK_SEED in the environment replace the number of documents and the seed.
+// CHECK_MUTATIONS and CHECK_SEED in the environment replace the number of documents and the seed. CHECK_KEEP is a
+// folder that gets each document and the rules that the checker found broken; with CHECK_SAMPLES_ONLY the large
+// documents are left out.
 #include <gtest/gtest.h>
 #include <jansson.h>
 #include <sys/resource.h>
@@ -10,10 +12,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -41,12 +45,25 @@ struct Texts {
 
 // ---- The two verdicts ----
 
-bool checker_accepts(const Texts &texts) {
+struct CheckerVerdict {
+  bool loads = true;
+  std::set<std::string_view> rules;  // all that something was found for
+};
+
+CheckerVerdict checker_verdict(const Texts &texts, validator_typesystem *types) {
   cli_check::JsonDocument definitions("definitions", texts.definitions);
   cli_check::JsonDocument privileges("privileges", texts.privileges);
   cli_check::Findings findings;
-  cli_check::check_documents(definitions, &privileges, {}, findings);
-  return findings.count(cli_check::Severity::kError) == 0;
+  cli_check::Host host;
+  host.types = types;
+  cli_check::check_documents(definitions, &privileges, host, findings);
+  CheckerVerdict verdict;
+  for (const cli_check::Finding &finding : findings.all()) {
+    const cli_check::RuleRow &rule = rule_row(finding.rule);
+    verdict.loads = verdict.loads && rule.severity != cli_check::Severity::kError;
+    verdict.rules.insert(rule.name);
+  }
+  return verdict;
 }
 
 void name_test_handler(json_t *value) {
@@ -75,7 +92,7 @@ json_t *read(const std::string &text) {
   return document;
 }
 
-[[noreturn]] void load_and_exit(const Texts &texts) {
+[[noreturn]] void load_and_exit(const Texts &texts, validator_typesystem *types) {
   const rlimit no_core = {0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
   if (std::freopen("/dev/null", "w", stdout) == nullptr || std::freopen("/dev/null", "w", stderr) == nullptr) {
@@ -84,18 +101,17 @@ json_t *read(const std::string &text) {
   cli engine = {};
   engine.exit_handler = check_test_handler;
   engine.end_handler = check_test_handler;
-  const cli *loaded =
-      cli_init(&engine, validator_typesystem_new(), read(texts.definitions), nullptr, read(texts.privileges));
+  const cli *loaded = cli_init(&engine, types, read(texts.definitions), nullptr, read(texts.privileges));
   _exit(loaded != nullptr ? 0 : 1);
 }
 
 enum class Verdict { kLoads, kRefused, kCrashed };
 
 // A refusal is an exit or the assertion report; any other end is the loader's own fault.
-Verdict loader_verdict(const Texts &texts) {
+Verdict loader_verdict(const Texts &texts, validator_typesystem *types) {
   const pid_t child = fork();
   if (child == 0) {
-    load_and_exit(texts);
+    load_and_exit(texts, types);
   }
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child) {
@@ -379,38 +395,91 @@ std::vector<Texts> documents_that_load() {
       {read_file(project / "schema/samples/good/smallest.json"), campus_privileges},
   };
   const std::filesystem::path router = project / "examples/router";
-  if (exists(router / "router.json") && exists(router / "privileges.json")) {
+  if (std::getenv("CHECK_SAMPLES_ONLY") == nullptr && exists(router / "router.json") &&
+      exists(router / "privileges.json")) {
     documents.push_back({read_file(router / "router.json"), read_file(router / "privileges.json")});
   }
   return documents;
 }
+
+// The types that the documents name, as types of the host's own; the built-in ones keep their places.
+class HostTypes {
+ public:
+  explicit HostTypes(const std::vector<Texts> &documents) {
+    for (const Texts &texts : documents) {
+      add_types(JsonRef(json_loads(texts.definitions.c_str(), 0, nullptr)).get());
+    }
+  }
+  [[nodiscard]] validator_typesystem *registry() const { return registry_.get(); }
+
+ private:
+  struct Release {
+    void operator()(validator_typesystem *types) const { validator_typesystem_free(types); }
+  };
+
+  void add_types(const json_t *value) {
+    const char *key = nullptr;
+    json_t *member = nullptr;
+    json_object_foreach(const_cast<json_t *>(value), key, member) {
+      if (std::string_view(key) == "#type" && json_is_string(member)) {
+        validator_type &type = types_.emplace_back();
+        type.basetype = BASETYPE_STRING;
+        type.name = names_.emplace_back(json_string_value(member)).c_str();
+        validator_typesystem_add_custom_type(registry_.get(), &type);
+      }
+      add_types(member);
+    }
+    std::size_t index = 0;
+    json_array_foreach(value, index, member) {
+      add_types(member);
+    }
+  }
+
+  std::deque<std::string> names_;
+  std::deque<validator_type> types_;
+  std::unique_ptr<validator_typesystem, Release> registry_{validator_typesystem_new()};
+};
 
 unsigned from_environment(const char *name, unsigned otherwise) {
   const char *text = std::getenv(name);
   return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
 }
 
-std::string keep(const Texts &texts, unsigned number) {
-  const std::string path = testing::TempDir() + "check-mutation-" + std::to_string(number);
+std::string keep(const Texts &texts, const std::filesystem::path &folder, unsigned number) {
+  const std::string path = folder / ("check-mutation-" + std::to_string(number));
   std::ofstream(path + ".json") << texts.definitions;
   std::ofstream(path + ".privileges.json") << texts.privileges;
-  return path + ".json";
+  return path;
+}
+
+void keep_with_rules(const Texts &texts, const CheckerVerdict &verdict, const char *folder, unsigned number) {
+  std::ofstream rules(keep(texts, folder, number) + ".rules");
+  for (const std::string_view rule : verdict.rules) {
+    rules << rule << '\n';
+  }
 }
 
 TEST(CheckMutation, CheckerAndLoaderAgree) {
   const std::vector<Texts> documents = documents_that_load();
+  const HostTypes host_types(documents);
+  validator_typesystem *const types = host_types.registry();
   for (const Texts &texts : documents) {
-    ASSERT_TRUE(checker_accepts(texts));
-    ASSERT_EQ(loader_verdict(texts), Verdict::kLoads);
+    ASSERT_TRUE(checker_verdict(texts, types).loads);
+    ASSERT_EQ(loader_verdict(texts, types), Verdict::kLoads);
   }
   const unsigned count = from_environment("CHECK_MUTATIONS", 500);
+  const char *folder = std::getenv("CHECK_KEEP");
   Mutator mutator(from_environment("CHECK_SEED", 1));
   unsigned loading = 0;
   for (unsigned number = 0; number < count; ++number) {
     const Texts texts = mutator.mutate(documents[number % documents.size()]);
-    const Verdict loader = loader_verdict(texts);
-    ASSERT_NE(loader, Verdict::kCrashed) << keep(texts, number);
-    ASSERT_EQ(checker_accepts(texts), loader == Verdict::kLoads) << keep(texts, number);
+    const Verdict loader = loader_verdict(texts, types);
+    const CheckerVerdict checker = checker_verdict(texts, types);
+    ASSERT_NE(loader, Verdict::kCrashed) << keep(texts, testing::TempDir(), number);
+    ASSERT_EQ(checker.loads, loader == Verdict::kLoads) << keep(texts, testing::TempDir(), number);
+    if (folder != nullptr) {
+      keep_with_rules(texts, checker, folder, number);
+    }
     loading += loader == Verdict::kLoads ? 1 : 0;
   }
   // Mutations that all break the document, or none, would compare nothing.
