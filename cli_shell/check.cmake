@@ -1,0 +1,8 @@
+# The checker: a library of its own, so that the tests reach into it. It calls the engine; whatever links it brings the
+# engine, shared or static.
+
+file(GLOB check_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/check*.cpp)
+add_library(cli_shell_check STATIC ${check_sources})
+project_target(cli_shell_check)
+target_include_directories(cli_shell_check PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+target_link_libraries(cli_shell_check PUBLIC PkgConfig::JANSSON ${CMAKE_DL_LIBS})

@@ -1,0 +1,490 @@
+// The checker and the loader agree on which documents load. Documents that load are changed at random, in their
+// structure or in their text; each result is given to both, the loader in a process of its own, because it ends one.
+//
+// CHECK_MUTATIONS and CHECK_SEED in the environment replace the number of documents and the seed. CHECK_KEEP is a
+// folder that gets each document and the rules that the checker found broken; with CHECK_SAMPLES_ONLY the large
+// documents are left out.
+#include <gtest/gtest.h>
+#include <jansson.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli_engine/cli_engine.h"
+#include "cli_shell/check.hpp"
+
+// What every "#handler" of the documents is made to name: handlers are not the checker's business here.
+extern "C" __attribute__((visibility("default"))) int check_test_handler(cli *engine, cli_node *node);
+int check_test_handler(cli *, cli_node *) {
+  return 0;
+}
+
+namespace {
+
+struct JsonRelease {
+  void operator()(json_t *value) const { json_decref(value); }
+};
+using JsonRef = std::unique_ptr<json_t, JsonRelease>;
+
+struct Texts {
+  std::string definitions;
+  std::string privileges;
+};
+
+// ---- The two verdicts ----
+
+struct CheckerVerdict {
+  bool loads = true;
+  std::set<std::string_view> rules;  // all that something was found for
+};
+
+CheckerVerdict checker_verdict(const Texts &texts, validator_typesystem *types) {
+  cli_check::JsonDocument definitions("definitions", texts.definitions);
+  cli_check::JsonDocument privileges("privileges", texts.privileges);
+  cli_check::Findings findings;
+  cli_check::Host host;
+  host.types = types;
+  cli_check::check_documents(definitions, &privileges, host, findings);
+  CheckerVerdict verdict;
+  for (const cli_check::Finding &finding : findings.all()) {
+    const cli_check::RuleRow &rule = rule_row(finding.rule);
+    verdict.loads = verdict.loads && rule.severity != cli_check::Severity::kError;
+    verdict.rules.insert(rule.name);
+  }
+  return verdict;
+}
+
+void name_test_handler(json_t *value) {
+  const char *key = nullptr;
+  json_t *member = nullptr;
+  json_object_foreach(value, key, member) {
+    if (std::string_view(key) == "#handler" && json_is_string(member)) {
+      json_string_set(member, "check_test_handler");
+    } else {
+      name_test_handler(member);
+    }
+  }
+  std::size_t index = 0;
+  json_array_foreach(value, index, member) {
+    name_test_handler(member);
+  }
+}
+
+json_t *read(const std::string &text) {
+  json_error_t error;
+  json_t *document = json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, &error);
+  if (!json_is_object(document)) {
+    _exit(1);
+  }
+  name_test_handler(document);
+  return document;
+}
+
+[[noreturn]] void load_and_exit(const Texts &texts, validator_typesystem *types) {
+  const rlimit no_core = {0, 0};
+  setrlimit(RLIMIT_CORE, &no_core);
+  if (std::freopen("/dev/null", "w", stdout) == nullptr || std::freopen("/dev/null", "w", stderr) == nullptr) {
+    std::abort();
+  }
+  cli engine = {};
+  engine.exit_handler = check_test_handler;
+  engine.end_handler = check_test_handler;
+  const cli *loaded = cli_init(&engine, types, read(texts.definitions), nullptr, read(texts.privileges));
+  _exit(loaded != nullptr ? 0 : 1);
+}
+
+enum class Verdict { kLoads, kRefused, kCrashed };
+
+// A refusal is an exit or the assertion report; any other end is the loader's own fault.
+Verdict loader_verdict(const Texts &texts, validator_typesystem *types) {
+  const pid_t child = fork();
+  if (child == 0) {
+    load_and_exit(texts, types);
+  }
+  int status = 0;
+  if (child < 0 || waitpid(child, &status, 0) != child) {
+    return Verdict::kCrashed;
+  }
+  if (WIFEXITED(status) && WEXITSTATUS(status) <= 1) {
+    return WEXITSTATUS(status) == 0 ? Verdict::kLoads : Verdict::kRefused;
+  }
+  return WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT ? Verdict::kRefused : Verdict::kCrashed;
+}
+
+// ---- Mutations ----
+
+// Where values and names come from that no document would have, but a slip of the hand may give.
+constexpr const char *kValues[] = {"null",
+                                   "true",
+                                   "false",
+                                   "0",
+                                   "1",
+                                   "-1",
+                                   "10",
+                                   "15",
+                                   "16",
+                                   "2147483647",
+                                   "2147483648",
+                                   "-2147483649",
+                                   "4294967295",
+                                   "4294967296",
+                                   "4294967306",
+                                   "1.5",
+                                   "\"\"",
+                                   "\"key\"",
+                                   "\"container\"",
+                                   "\"int\"",
+                                   "\"unsignedInt\"",
+                                   "\"string\"",
+                                   "\"Int\"",
+                                   "\"show\"",
+                                   "[]",
+                                   "{}",
+                                   "[\"x\"]",
+                                   "[5]",
+                                   "{\"fmt\": \"a {b}\", \"args\": {\"b\": 1}}",
+                                   "{\"fmt\": \"a {b}\", \"args\": {\"b\": 1.0}}",
+                                   "{\"fmt\": \"a {b\"}",
+                                   "{\"fmt\": \"a } b\"}",
+                                   "{\"fmt\": \"{a{b}\"}",
+                                   "{\"fmt\": \"{}\"}",
+                                   "{\"fmt\": \"{b}\", \"args\": []}",
+                                   "[{\"value\": \"v\"}]",
+                                   "[{\"value\": \"v\", \"description\": \"d\"}]",
+                                   "[{\"value\": \"v\", \"if\": \"x\"}]",
+                                   "[{\"value\": \"v\", \"description\": \"d\", \"if-not\": [\"x\", [\"y\"]]}]",
+                                   "[{\"value\": \"v\", \"description\": \"d\", \"if-not\": [\"x\", 5]}]",
+                                   "[{\"value\": \"v\", \"description\": \"d\", \"if\": [\"x\", 5], \"if-not\": []}]",
+                                   "[{\"value\": \"v\", \"description\": \"d\", \"if\": null}]",
+                                   "{\"#help\": \"h\"}",
+                                   "{\"#help\": \"h\", \"#handler\": \"f\"}",
+                                   "{\"#alias\": \"show\"}",
+                                   "{\"#help\": \"h\", \"#prompt\": \"p\"}",
+                                   "{\"#name\": \"n\", \"#type\": \"string\", \"#help\": \"h\"}",
+                                   "{\"#type\": \"container\"}",
+                                   "[{\"#name\": \"n\", \"#type\": \"key\", \"#help\": \"h\"}]",
+                                   "{\"Level\": 16, \"Name\": \"show\", \"Prompt\": \"\"}",
+                                   "{\"Level\": 4294967297, \"Name\": \"ping\", \"Prompt\": \"\"}"};
+constexpr const char *kNames[] = {"#help",
+                                  "#handler",
+                                  "#prompt",
+                                  "#alias",
+                                  "#args",
+                                  "#commands",
+                                  "#type",
+                                  "#name",
+                                  "#optional",
+                                  "#sequential",
+                                  "#exclusive",
+                                  "#min_inclusive",
+                                  "#max_inclusive",
+                                  "#width",
+                                  "#base",
+                                  "#min_length",
+                                  "#max_length",
+                                  "#enum",
+                                  "fmt",
+                                  "args",
+                                  "value",
+                                  "if",
+                                  "if-not",
+                                  "description",
+                                  "Level",
+                                  "Name",
+                                  "Prompt",
+                                  "show",
+                                  "show ip",
+                                  "SHOW  Version x",
+                                  " ",
+                                  "",
+                                  "x ",
+                                  " x",
+                                  "sv x",
+                                  "configure do x",
+                                  "configure exit",
+                                  "configure ip x",
+                                  "12345678901234567890",
+                                  "0",
+                                  "123456789012345678901",
+                                  "level1"};
+constexpr const char *kScraps[] = {"\"",
+                                   "\\",
+                                   "{",
+                                   "}",
+                                   "[",
+                                   "]",
+                                   ",",
+                                   ":",
+                                   "0",
+                                   "-",
+                                   ".",
+                                   "e9",
+                                   "1e999",
+                                   "0e999",
+                                   "1e-999",
+                                   "9223372036854775807",
+                                   "9223372036854775808",
+                                   "\xff",
+                                   "\xc0\x80",
+                                   "\xed\xa0\x80",
+                                   "\xc3\xa9",
+                                   "\xf4\x90\x80\x80",
+                                   "\\u0000",
+                                   "\\ud800",
+                                   "\\ud83d\\ude00",
+                                   "\\udc00",
+                                   "\\u00e9",
+                                   "\n",
+                                   "\t",
+                                   "null",
+                                   "tru",
+                                   "//",
+                                   "\x01",
+                                   "\x7f",
+                                   "+1",
+                                   "01"};
+
+class Mutator {
+ public:
+  explicit Mutator(unsigned seed) : random_(seed) {}
+
+  Texts mutate(const Texts &base) {
+    Texts texts = base;
+    std::string &text = below(5) == 0 ? texts.privileges : texts.definitions;
+    const JsonRef document(json_loadb(text.data(), text.size(), 0, nullptr));
+    for (std::size_t changes = 1 + below(2); changes > 0; --changes) {
+      change_structure(document.get());
+    }
+    const std::unique_ptr<char, decltype(&std::free)> dump(json_dumps(document.get(), JSON_INDENT(1)), &std::free);
+    text = dump.get();
+    if (below(4) == 0) {
+      change_text(text);
+    }
+    return texts;
+  }
+
+ private:
+  std::size_t below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random_); }
+
+  template <class T, std::size_t N>
+  T pick(T (&pool)[N]) {
+    return pool[below(N)];
+  }
+
+  static void collect(json_t *value, std::vector<json_t *> &containers) {
+    if (json_is_object(value) || json_is_array(value)) {
+      containers.push_back(value);
+    }
+    const char *key = nullptr;
+    json_t *member = nullptr;
+    json_object_foreach(value, key, member) {
+      collect(member, containers);
+    }
+    std::size_t index = 0;
+    json_array_foreach(value, index, member) {
+      collect(member, containers);
+    }
+  }
+
+  // A value from the pool, or a copy of one that stands elsewhere in the document.
+  json_t *any_value(const std::vector<json_t *> &containers) {
+    return below(4) == 0 ? json_deep_copy(containers[below(containers.size())])
+                         : json_loads(pick(kValues), JSON_DECODE_ANY, nullptr);
+  }
+
+  // Names of which the two longest stand on either side of the limit.
+  std::string any_name() {
+    const std::size_t choice = below(30);
+    return choice < 2 ? std::string(4095 + choice, 'k') : pick(kNames);
+  }
+
+  void change_structure(json_t *document) {
+    std::vector<json_t *> containers;
+    collect(document, containers);
+    json_t *place = containers[below(containers.size())];
+    json_is_object(place) ? change_object(place, any_value(containers)) : change_array(place, any_value(containers));
+  }
+
+  void change_object(json_t *object, json_t *value) {
+    const std::string name = any_name();
+    if (json_object_size(object) == 0 || below(4) == 0) {
+      json_object_set_new(object, name.c_str(), value);
+      return;
+    }
+    void *member = json_object_iter(object);
+    for (std::size_t skip = below(json_object_size(object)); skip > 0; --skip) {
+      member = json_object_iter_next(object, member);
+    }
+    const std::string old = json_object_iter_key(member);
+    switch (below(3)) {
+      case 0:
+        json_object_set_new(object, name.c_str(), json_deep_copy(json_object_iter_value(member)));
+        json_object_del(object, old.c_str());
+        break;
+      case 1:
+        json_object_del(object, old.c_str());
+        break;
+      default:
+        json_object_set(object, old.c_str(), value);
+    }
+    json_decref(value);
+  }
+
+  void change_array(json_t *array, json_t *value) {
+    const std::size_t size = json_array_size(array);
+    if (size == 0 || below(2) == 0) {
+      json_array_insert_new(array, below(size + 1), value);
+    } else {
+      json_array_set_new(array, below(size), value);
+    }
+  }
+
+  void change_text(std::string &text) {
+    const std::size_t place = below(text.size());
+    switch (below(4)) {
+      case 0:
+        text.erase(place, 1 + below(3));
+        break;
+      case 1:
+        text.replace(place, 1, pick(kScraps));
+        break;
+      case 2:
+        text.insert(place, pick(kScraps));
+        break;
+      default:
+        repeat_line(text, place);
+    }
+  }
+
+  // As a rule a member of an object, so that its name stands there twice.
+  static void repeat_line(std::string &text, std::size_t place) {
+    const std::size_t end = std::min(text.find('\n', place), text.size() - 1) + 1;
+    const std::size_t start = text.rfind('\n', place == 0 ? 0 : place - 1);
+    const std::size_t first = start == std::string::npos ? 0 : start + 1;
+    text.insert(end, text.substr(first, end - first));
+  }
+
+  std::mt19937 random_;
+};
+
+// ---- The documents that the mutations begin with ----
+
+std::string read_file(const std::filesystem::path &path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+std::vector<Texts> documents_that_load() {
+  const std::filesystem::path project = PROJECT_DIR;
+  const std::string campus_privileges = read_file(project / "schema/samples/good/campus.privileges.json");
+  std::vector<Texts> documents = {
+      {read_file(project / "schema/samples/good/campus.json"), campus_privileges},
+      {read_file(project / "schema/samples/good/smallest.json"), campus_privileges},
+  };
+  const std::filesystem::path router = project / "examples/router";
+  if (std::getenv("CHECK_SAMPLES_ONLY") == nullptr && exists(router / "router.json") &&
+      exists(router / "privileges.json")) {
+    documents.push_back({read_file(router / "router.json"), read_file(router / "privileges.json")});
+  }
+  return documents;
+}
+
+// The types that the documents name, as types of the host's own; the built-in ones keep their places.
+class HostTypes {
+ public:
+  explicit HostTypes(const std::vector<Texts> &documents) {
+    for (const Texts &texts : documents) {
+      add_types(JsonRef(json_loads(texts.definitions.c_str(), 0, nullptr)).get());
+    }
+  }
+  [[nodiscard]] validator_typesystem *registry() const { return registry_.get(); }
+
+ private:
+  struct Release {
+    void operator()(validator_typesystem *types) const { validator_typesystem_free(types); }
+  };
+
+  void add_types(const json_t *value) {
+    const char *key = nullptr;
+    json_t *member = nullptr;
+    json_object_foreach(const_cast<json_t *>(value), key, member) {
+      if (std::string_view(key) == "#type" && json_is_string(member)) {
+        validator_type &type = types_.emplace_back();
+        type.basetype = BASETYPE_STRING;
+        type.name = names_.emplace_back(json_string_value(member)).c_str();
+        validator_typesystem_add_custom_type(registry_.get(), &type);
+      }
+      add_types(member);
+    }
+    std::size_t index = 0;
+    json_array_foreach(value, index, member) {
+      add_types(member);
+    }
+  }
+
+  std::deque<std::string> names_;
+  std::deque<validator_type> types_;
+  std::unique_ptr<validator_typesystem, Release> registry_{validator_typesystem_new()};
+};
+
+unsigned from_environment(const char *name, unsigned otherwise) {
+  const char *text = std::getenv(name);
+  return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
+}
+
+std::string keep(const Texts &texts, const std::filesystem::path &folder, unsigned number) {
+  const std::string path = folder / ("check-mutation-" + std::to_string(number));
+  std::ofstream(path + ".json") << texts.definitions;
+  std::ofstream(path + ".privileges.json") << texts.privileges;
+  return path;
+}
+
+void keep_with_rules(const Texts &texts, const CheckerVerdict &verdict, const char *folder, unsigned number) {
+  std::ofstream rules(keep(texts, folder, number) + ".rules");
+  for (const std::string_view rule : verdict.rules) {
+    rules << rule << '\n';
+  }
+}
+
+TEST(CheckMutation, CheckerAndLoaderAgree) {
+  const std::vector<Texts> documents = documents_that_load();
+  const HostTypes host_types(documents);
+  validator_typesystem *const types = host_types.registry();
+  for (const Texts &texts : documents) {
+    ASSERT_TRUE(checker_verdict(texts, types).loads);
+    ASSERT_EQ(loader_verdict(texts, types), Verdict::kLoads);
+  }
+  const unsigned count = from_environment("CHECK_MUTATIONS", 500);
+  const char *folder = std::getenv("CHECK_KEEP");
+  Mutator mutator(from_environment("CHECK_SEED", 1));
+  unsigned loading = 0;
+  for (unsigned number = 0; number < count; ++number) {
+    const Texts texts = mutator.mutate(documents[number % documents.size()]);
+    const Verdict loader = loader_verdict(texts, types);
+    const CheckerVerdict checker = checker_verdict(texts, types);
+    ASSERT_NE(loader, Verdict::kCrashed) << keep(texts, testing::TempDir(), number);
+    ASSERT_EQ(checker.loads, loader == Verdict::kLoads) << keep(texts, testing::TempDir(), number);
+    if (folder != nullptr) {
+      keep_with_rules(texts, checker, folder, number);
+    }
+    loading += loader == Verdict::kLoads ? 1 : 0;
+  }
+  // Mutations that all break the document, or none, would compare nothing.
+  EXPECT_GT(loading, count / 20);
+  EXPECT_LT(loading, count - count / 20);
+}
+
+}  // namespace
