@@ -139,10 +139,11 @@ Completion complete_line(cli *engine, const std::vector<HandlersLibrary> &librar
 }
 
 Completion complete_filter(const std::string &line, size_t filter_start) {
-  Completion completion{.start = last_word_start(line), .words = {}};
+  Completion completion{.start = std::max(last_word_start(line), filter_start), .words = {}};
   const FilterChoices choices = filter_choices(std::string_view(line).substr(filter_start));
   if (!choices.name_due) return completion;
-  for (const std::string &name : choices.names) completion.words.push_back(name + " ");
+  const std::string blank = filter_start == line.size() ? " " : "";  // a bar stands between blanks
+  for (const std::string &name : choices.names) completion.words.push_back(blank + name + " ");
   return completion;
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <optional>
 
 namespace cli_shell {
 namespace {
@@ -96,47 +95,45 @@ void DisplayText::finish(std::string &out) {
   convert(text, true, out);
 }
 
+// Takes the control sequence or lone escape byte at the start of the text; the bytes taken, 0 when more must be seen.
+size_t DisplayText::take_escape(std::string_view text, bool at_end, std::string &out) const {
+  const Extent sequence = control_sequence(text);
+  if (sequence.kind == Extent::Kind::kOpen && !at_end) return 0;
+  if (sequence.kind == Extent::Kind::kWhole) {
+    const std::string_view whole = text.substr(0, sequence.length);
+    const bool colour = is_colour_sequence(whole);
+    if (colour && policy_.colours) out += whole;
+    if (colour || !policy_.terminal) return whole.size();
+  }
+  show_byte(text[0], out);
+  return 1;
+}
+
+// Takes the control byte or character at the start of the text; as take_escape.
+size_t DisplayText::take_character(std::string_view text, bool at_end, std::string &out) const {
+  Extent character = {Extent::Kind::kNone};
+  if (in_range(text[0], 0x80, 0xff)) character = utf8_character(text);
+  if (character.kind == Extent::Kind::kOpen && !at_end) return 0;
+  if (character.kind == Extent::Kind::kWhole && !is_c1_control(text.substr(0, character.length))) {
+    out += text.substr(0, character.length);
+    return character.length;
+  }
+  if (policy_.terminal)
+    show_byte(text[0], out);
+  else
+    out += text[0];
+  return 1;
+}
+
 void DisplayText::convert(std::string_view text, bool at_end, std::string &out) {
   while (!text.empty()) {
     const auto plain = static_cast<size_t>(std::find_if_not(text.begin(), text.end(), is_plain) - text.begin());
     out += text.substr(0, plain);
     text.remove_prefix(plain);
     if (text.empty()) return;
-
-    if (text[0] == kEscape) {
-      const Extent sequence = control_sequence(text);
-      if (sequence.kind == Extent::Kind::kOpen && !at_end) break;
-      if (sequence.kind == Extent::Kind::kWhole) {
-        const std::string_view whole = text.substr(0, sequence.length);
-        const bool colour = is_colour_sequence(whole);
-        if (colour || !policy_.terminal) {
-          if (colour && policy_.colours) out += whole;
-          text.remove_prefix(whole.size());
-          continue;
-        }
-      }
-      show_byte(text[0], out);
-      text.remove_prefix(1);
-      continue;
-    }
-
-    size_t length = 1;
-    bool shown = policy_.terminal;
-    if (policy_.terminal && in_range(text[0], 0x80, 0xff)) {
-      const Extent character = utf8_character(text);
-      if (character.kind == Extent::Kind::kOpen && !at_end) break;
-      if (character.kind == Extent::Kind::kWhole) {
-        length = character.length;
-        shown = is_c1_control(text.substr(0, length));
-      }
-    }
-    for (const char c : text.substr(0, length)) {
-      if (shown)
-        show_byte(c, out);
-      else
-        out += c;
-    }
-    text.remove_prefix(length);
+    const size_t taken = text[0] == kEscape ? take_escape(text, at_end, out) : take_character(text, at_end, out);
+    if (taken == 0) break;
+    text.remove_prefix(taken);
   }
   kept_ = text;
 }

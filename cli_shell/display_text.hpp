@@ -25,6 +25,8 @@ class DisplayText {
 
  private:
   void convert(std::string_view text, bool at_end, std::string &out);
+  size_t take_escape(std::string_view text, bool at_end, std::string &out) const;
+  size_t take_character(std::string_view text, bool at_end, std::string &out) const;
 
   DisplayPolicy policy_;
   std::string kept_;  // the beginning of a sequence or character

@@ -10,6 +10,11 @@
 #include "cli_shell/options.hpp"
 
 namespace cli_shell {
+namespace {
+
+constexpr size_t kLargestDocument = size_t{512} << 20;  // what is larger is no document, nor is what never ends
+
+}  // namespace
 
 std::string read_file(const std::string &path) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -22,6 +27,7 @@ std::string read_file(const std::string &path) {
     if (count < 0) throw UserError(path + ": " + std::strerror(errno));
     if (count == 0) return text;
     text.append(block, static_cast<size_t>(count));
+    if (text.size() > kLargestDocument) throw UserError(path + ": the file is too large");
   }
 }
 

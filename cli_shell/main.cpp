@@ -28,10 +28,11 @@ void set_character_encoding() {
   if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0) std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-// A standard descriptor that was closed would be the number of the next file that is opened.
+// A standard descriptor that was closed would be the number of the next file that is opened. Standard output that was
+// closed stays one that cannot be written.
 void open_standard_descriptors() {
   while (true) {
-    const int fd = open("/dev/null", O_RDWR);
+    const int fd = open("/dev/null", O_RDONLY);
     if (fd > STDERR_FILENO) close(fd);
     if (fd < 0 || fd >= STDERR_FILENO) return;
   }
@@ -44,11 +45,6 @@ int print_text(const std::string &text) {
 }
 
 int run(std::vector<std::string> arguments) {
-  for (const std::string &argument : arguments) {
-    if (argument == "--") break;
-    if (argument == "--help") return print_text(usage(kSubcommands));
-    if (argument == "--version") return print_text("cli-shell " CLI_SHELL_VERSION "\n");
-  }
   const Subcommand *subcommand = &kSubcommands[0];
   const auto named = std::find_if(std::begin(kSubcommands), std::end(kSubcommands), [&](const Subcommand &row) {
     return !arguments.empty() && arguments[0] == row.name;
@@ -57,7 +53,10 @@ int run(std::vector<std::string> arguments) {
     subcommand = named;
     arguments.erase(arguments.begin());
   }
-  return subcommand->main(parse_options(arguments, subcommand->extra));
+  const Options options = parse_options(arguments, subcommand->extra);
+  if (options.help) return print_text(usage(kSubcommands));
+  if (options.version) return print_text("cli-shell " CLI_SHELL_VERSION "\n");
+  return subcommand->main(options);
 }
 
 }  // namespace

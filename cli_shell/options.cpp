@@ -1,5 +1,6 @@
 #include "cli_shell/options.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cstring>
@@ -59,6 +60,8 @@ constexpr CommonOption kCommon[] = {
     {"--no-more", nullptr, "do not page long output", [](Options &o, const std::string &) { o.no_more = true; }},
     {"--dump", nullptr, "print the language in bracket notation; no handlers are needed",
      [](Options &o, const std::string &) { o.dump = true; }},
+    {"--help", nullptr, "print this", [](Options &o, const std::string &) { o.help = true; }},
+    {"--version", nullptr, "print the version", [](Options &o, const std::string &) { o.version = true; }},
 };
 
 // The arguments, read from the left.
@@ -159,7 +162,6 @@ std::string usage(std::span<const Subcommand> subcommands) {
       "read from standard input.\n\nOptions:\n";
   for (const CommonOption &row : kCommon)
     text += usage_row(std::string(row.name) + (row.argument ? std::string(" ") + row.argument : ""), row.help);
-  text += usage_row("--help, --version", "print this, or the version");
   for (const Subcommand &subcommand : subcommands) {
     if (subcommand.extra.empty()) continue;
     text += std::string("\nOptions of ") + subcommand.name + ":\n";

@@ -36,6 +36,8 @@ struct Options {
   ColourChoice colour = ColourChoice::kAuto;
   bool no_more = false;
   bool dump = false;
+  bool help = false;
+  bool version = false;
   std::map<std::string, std::string>
       extra;  // options of one subcommand, by their name without "--"; the last one counts
 };
