@@ -31,7 +31,6 @@ int cli_shell_end(cli *engine, cli_node * /*node*/) {
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 class TemporaryFolder {
@@ -509,7 +508,8 @@ TEST_F(RouterTest, VlansShowTheirPorts) {
 TEST_F(RouterTest, PingTakesNoShellText) {
   std::ofstream(folder_.file("ping")) << "#!/bin/sh\nfor word; do echo \"<$word>\"; done\n";
   chmod(folder_.file("ping").c_str(), 0755);
-  const std::string path = std::getenv("PATH");
+  const char *kept = std::getenv("PATH");
+  const std::string path = kept == nullptr ? "" : kept;
   setenv("PATH", (folder_.file("") + ':' + path).c_str(), 1);
   Session session;
   EXPECT_THAT(session.run("ping 192.0.2.1 size 100 interface eth0 count 2"),

@@ -373,7 +373,10 @@ std::string scaled(uint64_t bytes) {
   if (bytes < 1000) return std::to_string(bytes);
   auto value = static_cast<double>(bytes);
   size_t factor = 0;
-  for (; value >= 999.95; value /= 1000) ++factor;
+  while (value >= 999.95) {  // which would be written as 1000.0
+    value /= 1000;
+    ++factor;
+  }
   char text[16];
   std::snprintf(text, sizeof text, "%.1f%c", value, kFactors[factor]);
   return text;

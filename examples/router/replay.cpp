@@ -102,7 +102,7 @@ class Block {
     const size_t indent = line.find_first_not_of(" \t");
     if (failed_ != kNone && indent > failed_) return "Left out with the line that it belongs to";
     open(indent);
-    const std::string wrong = execute(engine_, line);
+    std::string wrong = execute(engine_, line);
     failed_ = wrong.empty() ? kNone : indent;
     close();
     return wrong;

@@ -16,7 +16,6 @@
 
 namespace {
 
-using router::Cell;
 using router::say;
 using router::Table;
 namespace machine = router::machine;

@@ -101,7 +101,7 @@ std::string link_target(const std::string &path) {
 }  // namespace
 
 std::string startup_path() {
-  const std::string chosen = environment("ROUTER_STARTUP_CONFIG");
+  std::string chosen = environment("ROUTER_STARTUP_CONFIG");
   if (!chosen.empty()) return chosen;
   const std::string folder = state_folder();
   return folder.empty() ? "" : folder + "/startup-config";
