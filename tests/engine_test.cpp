@@ -177,6 +177,17 @@ TEST(Execute, SaysWhereAndWhyALineFailed) {
                        top}});
 }
 
+TEST(Execute, LeavesTheOutcomeForTheHost) {
+  Engine engine(kLanguage);
+  const std::pair<const char *, int> lines[] = {
+      {"mtu 1500", E_OK},  {"show", E_OK},        {"mtu abc", E_INVALID_ARGUMENT},
+      {"sh", E_AMBIGUOUS}, {"zz", E_EXTRA_INPUT}, {"mtu", E_INCOMPLETE}};
+  for (const auto &[line, code] : lines) {
+    engine.execute(line);
+    EXPECT_EQ(engine.error(), code) << line;
+  }
+}
+
 TEST(Modes, LinesThatEnterThemStayReadable) {
   Engine engine(kLanguage);
   EXPECT_EQ(engine.execute("interface vlan 7"), "");
