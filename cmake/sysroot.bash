@@ -2,12 +2,12 @@
 # its list of architectures are not touched.
 
 sysroot_packages=(libc6 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libgtest-dev libgmock-dev libedit2 libedit-dev
-  libbsd0 libmd0 libtinfo6)
+  libbsd0 libmd0 libtinfo6 libcrypt1 libcrypt-dev)
 
-# make_sysroot ARCHITECTURE FOLDER : does nothing when the folder is complete.
+# make_sysroot ARCHITECTURE FOLDER : does nothing when the folder holds just these packages.
 make_sysroot() {
   local architecture=$1 folder=$2 apt
-  [ -e "$folder/complete" ] && return 0
+  [ "$(cat "$folder/complete" 2>/dev/null)" = "${sysroot_packages[*]}" ] && return 0
   say "unpacking libraries for $architecture"
   rm -rf "$folder"
   mkdir -p "$folder"/{state/lists/partial,cache/archives/partial,packages,root}
@@ -19,5 +19,5 @@ make_sysroot() {
     dpkg -x "$package" "$folder/root"
   done
   rm -rf "$folder/state" "$folder/cache" "$folder/packages"
-  touch "$folder/complete"
+  echo "${sysroot_packages[*]}" >"$folder/complete"
 }
