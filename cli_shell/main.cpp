@@ -3,12 +3,14 @@
 #include <langinfo.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <string_view>
 
+#include "cli_shell/check.hpp"
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/subcommands.hpp"
 
@@ -20,6 +22,11 @@ constexpr int kCannotRun = 2;
 // The first row is what a command line without a subcommand means.
 constexpr Subcommand kSubcommands[] = {
     {"run", run_main, "run [options] DEFINITION.json", {}},
+    {"check",
+     nullptr,
+     "check [--privileges FILE] [--handlers LIB.so] [--format=text|json] DEFINITION.json",
+     {},
+     cli_check::check_main},
 };
 
 // Characters are UTF-8, whatever encoding the environment names.
@@ -44,19 +51,21 @@ int print_text(const std::string &text) {
   return 1;
 }
 
-int run(std::vector<std::string> arguments) {
-  const Subcommand *subcommand = &kSubcommands[0];
-  const auto named = std::find_if(std::begin(kSubcommands), std::end(kSubcommands), [&](const Subcommand &row) {
-    return !arguments.empty() && arguments[0] == row.name;
-  });
-  if (named != std::end(kSubcommands)) {
-    subcommand = named;
-    arguments.erase(arguments.begin());
-  }
-  const Options options = parse_options(arguments, subcommand->extra);
+const Subcommand *subcommand_named(std::string_view name) {
+  for (const Subcommand &row : kSubcommands)
+    if (name == row.name) return &row;
+  return nullptr;
+}
+
+// The arguments behind the program's name.
+int run(int argc, char **argv) {
+  const Subcommand *const named = argc > 0 ? subcommand_named(argv[0]) : nullptr;
+  if (named && named->own_main) return named->own_main(argc, argv);
+  const Subcommand &subcommand = named ? *named : kSubcommands[0];
+  const Options options = parse_options({argv + (named ? 1 : 0), argv + argc}, subcommand.extra);
   if (options.help) return print_text(usage(kSubcommands));
   if (options.version) return print_text("cli-shell " CLI_SHELL_VERSION "\n");
-  return subcommand->main(options);
+  return subcommand.main(options);
 }
 
 }  // namespace
@@ -65,7 +74,8 @@ int run(std::vector<std::string> arguments) {
 int main(int argc, char **argv) try {
   cli_shell::open_standard_descriptors();
   cli_shell::set_character_encoding();
-  return cli_shell::run({argv + std::min(argc, 1), argv + argc});
+  const int program_name = argc > 0 ? 1 : 0;
+  return cli_shell::run(argc - program_name, argv + program_name);
 } catch (const std::exception &error) {
   cli_shell::say_on_standard_error(error.what());
   return cli_shell::kCannotRun;

@@ -54,6 +54,8 @@ struct Subcommand {
   int (*main)(const Options &options);  // the exit status; may throw UserError
   const char *synopsis;
   std::span<const ExtraOption> extra;
+  int (*own_main)(int argc, char **argv) = nullptr;  // in the place of `main`: reads its arguments itself, argv[0] is
+                                                     // its name
 };
 
 // The options and operands behind the program's (or the subcommand's) name; throws UserError.
