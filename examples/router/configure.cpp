@@ -3,6 +3,8 @@
 //   "keyed-by"  the arguments that tell several entries of the command apart; true for all of them
 //   "order"     where the entry stands when the configuration is shown
 // A command that must look at more gets a handler of its own, and calls one of the three when it agrees.
+#include <net/if.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -100,9 +102,10 @@ std::string vlan_interface_of(const Entry &configuration, const std::string &vla
   return {};
 }
 
-bool is_known_link(const std::string &name) {
-  const std::vector<router::machine::Link> links = router::machine::links();
-  return links.empty() || std::any_of(links.begin(), links.end(), [&](const auto &link) { return link.name == name; });
+bool holds(const Entry &mode, const Entry &wanted) {
+  const std::vector<const Entry *> entries = mode.all(wanted.command);
+  return std::any_of(entries.begin(), entries.end(),
+                     [&](const Entry *entry) { return entry->line() == wanted.line(); });
 }
 
 // Subnets may not overlap, except on one and the same interface.
@@ -164,7 +167,8 @@ ROUTER_HANDLER router_enter_interface(cli *engine, cli_node *mode) {
     return refuse_mode(engine, "VLAN " + vlan + " does not exist; make it with \"vlan " + vlan + "\" first");
   }
   const std::string name = entry.text("interface-name");
-  if (!name.empty() && !is_known_link(name)) std::printf("%s is not present on this machine\n", name.c_str());
+  if (!name.empty() && if_nametoindex(name.c_str()) == 0)
+    std::printf("%s is not present on this machine\n", name.c_str());
   return router_enter(engine, mode);
 }
 
@@ -200,6 +204,7 @@ ROUTER_HANDLER router_set_secret(cli *engine, cli_node *command) {
 ROUTER_HANDLER router_set_address(cli *engine, cli_node *command) {
   Entry entry = entry_of(engine, command);
   Entry &interface = enclosing_entry(engine, command);
+  if (holds(interface, entry)) return 0;
   const std::string address = entry.text("address");
   const std::string overlap = interface_with_overlap(router_of(engine).configuration, interface, address);
   if (!address.empty() && !overlap.empty()) {

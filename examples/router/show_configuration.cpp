@@ -216,7 +216,7 @@ ROUTER_HANDLER router_show_vlan(cli *engine, cli_node *command) {
     const std::string number = vlan->text("vlan-id");
     if (!wanted.empty() && number != wanted) continue;
     const std::string name = name_of_vlan(*vlan);
-    group.add("VLAN " + number + (name.empty() ? "" : " " + name), ports_of(configuration_of(engine), number));
+    group.add("VLAN " + number + (name.empty() ? "" : ' ' + name), ports_of(configuration_of(engine), number));
   }
   group.print(engine);
   return 0;
@@ -228,7 +228,8 @@ ROUTER_HANDLER router_show_vlan_brief(cli *engine, cli_node * /*command*/) {
     std::string ports;
     for (const Entry *interface : configuration_of(engine).all("interface")) {
       if (membership(*interface, vlan->text("vlan-id")).empty()) continue;
-      ports += (ports.empty() ? "" : "\n") + name_of(*interface);
+      if (!ports.empty()) ports += '\n';
+      ports += name_of(*interface);
     }
     const std::string state = setting(*vlan, "state", "active");
     rows.add_row({{vlan->text("vlan-id")},
