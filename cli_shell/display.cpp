@@ -209,7 +209,8 @@ int run_display(int in, int out, DisplayPolicy policy, const std::string &pager)
   struct sigaction action = {};
   action.sa_handler = request_stop;  // without SA_RESTART: reading and writing end at once
   sigaction(SIGINT, &action, nullptr);
-  return Display(in, out, policy, pager).run();
+  const int status = Display(in, out, policy, pager).run();
+  return status == 0 && stop_requested ? kDisplayInterrupted : status;
 }
 
 void say_output_lost(int error) {

@@ -12,8 +12,11 @@ namespace cli_shell {
 // installed. "" for none: a dumb terminal, CLI_SHELL_MORE=0, a program that is not there.
 std::string pager_command();
 
+constexpr int kDisplayInterrupted = 130;
+
 // Copies `in` to `out` until the input ends or SIGINT comes. A nonempty pager command is started once more than a
-// screenful has come without a pause. The exit status: not 0, after a message, when `out` cannot be written.
+// screenful has come without a pause. The exit status: kDisplayInterrupted after a SIGINT; another than 0, after a
+// message, when `out` cannot be written.
 int run_display(int in, int out, DisplayPolicy policy, const std::string &pager);
 
 // Says that standard output cannot be written and why.

@@ -21,8 +21,8 @@ namespace {
 
 constexpr size_t kLongestLine = 4096;
 // A file above the bound is cut to its newest lines: few enough that this happens seldom, many enough to be of use.
-constexpr off_t kFileBound = 256 * 1024;
-constexpr size_t kBytesKept = 128 * 1024;
+constexpr off_t kFileBound = off_t{256} * 1024;
+constexpr size_t kBytesKept = size_t{128} * 1024;
 constexpr mode_t kFileMode = 0600;
 constexpr mode_t kFolderMode = 0700;
 

@@ -142,8 +142,8 @@ class Chain {
     return true;
   }
 
-  // Puts standard output back and waits for the children; whether the last of them could write.
-  bool finish() {
+  // Puts standard output back and waits for the children; the exit status of the last of them.
+  int finish() {
     dup2(standard_output_.get(), STDOUT_FILENO);
     standard_output_.reset();
     return wait_for_children();
@@ -188,13 +188,13 @@ class Chain {
     return false;
   }
 
-  bool wait_for_children() {
+  int wait_for_children() {
     int status = 0;
     for (const pid_t child : children_)
       while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
       }
     children_.clear();
-    return !(WIFEXITED(status) && WEXITSTATUS(status) != 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 0;
   }
 
   FileDescriptor standard_output_;
@@ -280,7 +280,12 @@ void Output::run(const std::function<void()> &body, Route route) {
   body();
   drop_unwritten();
   running_chain = nullptr;
-  if (!chain.finish()) lost_ = true;
+  const int status = chain.finish();
+  if (status == kDisplayInterrupted) {
+    interrupt_seen = 1;  // the library's pager handles the signal while it prints, and tells nobody
+  } else if (status != 0) {
+    lost_ = true;
+  }
 }
 
 bool Output::interrupted() {

@@ -178,6 +178,14 @@ class Text(Prompt):
         self.assertEqual("show text last \nlast\n", self.echo(shell, "xt la" + PASTE % "s\x1b\x01\x7ft"))
         self.assertEqual("show text x \nx\n", self.echo(shell, PASTE % "" + "show text x"))
 
+    def test_an_interrupt_ends_all_of_a_paste(self):
+        shell = self.shell()
+        shell.send(PASTE % "show lines 4000000\nshow text never\nshow text half")
+        shell.expect_exact("line 5")
+        shell.send(ctrl("C"))
+        self.prompt(shell)
+        self.assertEqual("level \nlevel 1\n", self.echo(shell, "level"))
+
     def test_what_is_typed_ahead_is_kept(self):
         shell = self.shell()
         fifo = self.folder + "/fifo"
