@@ -18,6 +18,8 @@
 #include <vector>
 
 #include "cli_engine/validator.h"
+#include "cli_shell/check_exports.hpp"
+#include "cli_shell/check_warnings.hpp"
 
 namespace cli_check {
 
@@ -98,7 +100,7 @@ struct File {
   int descriptor;
 };
 
-std::string read_bytes(const std::string &path) {
+std::string read_bytes(const std::string &path, bool is_text = true) {
   const File file(path);
   const auto cannot = [&path](const std::string &reason) { return CannotRun(path + ": " + reason); };
   struct stat about {};
@@ -124,7 +126,7 @@ std::string read_bytes(const std::string &path) {
     if (count > 0) {
       bytes.append(block.data(), static_cast<std::size_t>(count));
     }
-    if (std::memchr(block.data(), '\0', count > 0 ? static_cast<std::size_t>(count) : 0) != nullptr) {
+    if (is_text && std::memchr(block.data(), '\0', count > 0 ? static_cast<std::size_t>(count) : 0) != nullptr) {
       throw cannot("is not a text");
     }
     if (bytes.size() > kLargestDocument) {
@@ -162,6 +164,9 @@ Host host_with(const std::vector<std::string> &libraries, validator_typesystem *
   }
   for (const std::string &path : libraries) {
     load_library(path, types);
+    for (std::string &handler : exported_handlers(read_bytes(path, /*is_text=*/false))) {
+      host.exported_handlers.push_back(std::move(handler));
+    }
   }
   host.has_handler = [](const char *name) { return dlsym(RTLD_DEFAULT, name) != nullptr; };
   return host;
@@ -189,6 +194,13 @@ int check(const Options &options) {
 void check_documents(JsonDocument &definitions, JsonDocument *privileges, const Host &host, Findings &findings) {
   Language language;
   load_language(definitions, privileges, host, language, findings);
+  warn_about_members(language, findings);
+  warn_about_words(language, findings);
+  warn_about_prompts(language, findings);
+  warn_about_arguments(language, findings);
+  warn_about_values(language, host, findings);
+  warn_about_aliases(language, host, findings);
+  warn_about_handlers(language, host, findings);
   findings.sort(std::array<const JsonDocument *, 2>{&definitions, privileges});
 }
 

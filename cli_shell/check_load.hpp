@@ -3,6 +3,8 @@
 #define CLI_SHELL_CHECK_LOAD_HPP
 
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "cli_engine/validator.h"
 #include "cli_shell/check_findings.hpp"
@@ -13,6 +15,7 @@ namespace cli_check {
 // What the host adds to the documents.
 struct Host {
   std::function<bool(const char *)> has_handler;  // empty: handlers are not looked up
+  std::vector<std::string> exported_handlers;     // of the handlers libraries
   validator_typesystem *types = nullptr;          // borrowed; null: the built-in types alone
 };
 
