@@ -360,6 +360,7 @@ void get_available_nodes(parser &p, PtrVector *out, std::string_view prefix) {
 }
 
 void forget_nodes(parser &p) {
+  p.root = p.root == nullptr ? nullptr : tree_root(p.root);
   p.last_node = nullptr;
   p.current_node = nullptr;
   p.next_choice = nullptr;
