@@ -66,20 +66,21 @@ enum { REPEAT_NONE = 0, REPEAT_MULTI = 1, REPEAT_RANGE = 2, REPEAT_MULTI_RANGE =
 
 /* An ordered set of child words; walk it with cli_node_first_choice. */
 struct cli_node_set {
-  cli_node *root;
+  cli_node *root; /* null when empty */
 };
 
 /* Nodes in declaration order (or, for the mode stack, outermost first). */
 struct cli_node_list {
-  cli_node *first;
-  cli_node **last_link;
+  cli_node *first;      /* null when empty */
+  cli_node **last_link; /* the link of the last node, or `first` when empty */
 };
 
-struct cli_node_subconfig { /* TYPE_SUBCONFIG and TYPE_COMMAND */
-  cli_handler handler;      /* null for a mode that needs none */
-  struct cli_node_set choices;
-  struct cli_node_list args;
-  json_t *prompt; /* modes: reference to the "#prompt" value */
+/* TYPE_SUBCONFIG and TYPE_COMMAND */
+struct cli_node_subconfig {
+  cli_handler handler;         /* null for a mode that needs none */
+  struct cli_node_set choices; /* the words below */
+  struct cli_node_list args;   /* at most one: a group stands for several */
+  json_t *prompt;              /* modes: reference to the "#prompt" value */
   struct {
     cli_node *next;
     cli_node **prev_link;
@@ -87,31 +88,36 @@ struct cli_node_subconfig { /* TYPE_SUBCONFIG and TYPE_COMMAND */
   struct token_list tokens; /* modes: the line, typed in this mode, that entered the next deeper one */
 };
 
-struct cli_node_word { /* TYPE_WORD */
-  struct cli_node_set choices;
-  cli_node *link; /* borrowed: matching goes on there after this word ("do": the root); else null */
-  struct cli_node_list args;
+/* TYPE_WORD */
+struct cli_node_word {
+  struct cli_node_set choices; /* the words below */
+  cli_node *link;              /* borrowed: matching goes on there after this word ("do": the root); else null */
+  struct cli_node_list args;   /* at most one: a group stands for several */
 };
 
-struct cli_node_key {        /* TYPE_KEY */
+/* TYPE_KEY */
+struct cli_node_key {
   struct cli_node_list args; /* the key's value, or nothing */
   int32_t required;          /* 1 or 0 */
 };
 
-struct cli_node_container {  /* TYPE_CONTAINER */
+/* TYPE_CONTAINER */
+struct cli_node_container {
   struct cli_node_list args; /* members */
   int32_t required;          /* 1 or 0 */
   int32_t mode;              /* CONTAINER_... */
 };
 
-struct cli_node_value_part { /* TYPE_VALUE */
-  struct validator validator;
-  int32_t required; /* 1 or 0 */
-  int32_t repeat;   /* REPEAT_... */
-  json_t *value;    /* owned cache of cli_node_value */
+/* TYPE_VALUE */
+struct cli_node_value_part {
+  struct validator validator; /* what it accepts */
+  int32_t required;           /* 1 or 0 */
+  int32_t repeat;             /* REPEAT_... */
+  json_t *value;              /* owned cache of cli_node_value */
 };
 
-struct cli_node_alias {           /* TYPE_ALIAS */
+/* TYPE_ALIAS */
+struct cli_node_alias {
   char *alias;                    /* owned: the text it stands for */
   struct token_list alias_tokens; /* owned: its words */
 };
@@ -119,14 +125,14 @@ struct cli_node_alias {           /* TYPE_ALIAS */
 /* A word, keyword, value, group, alias or mode. For reading: hosts change nothing here. All texts and nodes live until
  * the commands are unloaded. */
 struct cli_node {
-  node_type type;
+  node_type type;          /* decides which part of the union counts */
   json_t *definition;      /* reference to the JSON object that declared it; null for the root and built-in nodes */
   cli_node *parent;        /* the node that holds it; null for the root */
   char *help;              /* owned; null for a group and the root */
   char *name;              /* owned; null for the root and an unnamed group */
   const char *mode_prompt; /* borrowed: the prompt name of the mode that it was declared in */
-  size_t name_len;
-  int32_t privilege; /* 0 to 15: the level that a user needs */
+  size_t name_len;         /* bytes of the name */
+  int32_t privilege;       /* 0 to 15: the level that a user needs */
   __extension__ union {
     struct cli_node_subconfig subconfig;
     struct cli_node_word word;
@@ -150,15 +156,15 @@ struct cli_node {
 
 /* An engine, in the host's memory. Zero-fill it, preset what is marked so, and call cli_init. */
 struct cli {
-  uint8_t initialized;   /* 1 from the end of loading to cli_free */
-  char prompt_host[32];  /* preset or cli_set_prompt: first part of the prompt */
-  char prompt_mode[32];  /* the mode in parentheses, or empty */
-  char prompt_name[16];  /* preset or cli_set_prompt; "cli" when empty */
-  char prompt_end;       /* preset or cli_set_prompt; '>' when 0 */
-  char prompt_text[120]; /* the whole prompt; print it before reading a line */
-  void *context;         /* the host's, as given to cli_init */
-  int32_t level;         /* the host's; set to -1 when 0 */
-  struct tokenizer tokenizer;
+  uint8_t initialized;             /* 1 from the end of loading to cli_free */
+  char prompt_host[32];            /* preset or cli_set_prompt: first part of the prompt */
+  char prompt_mode[32];            /* the mode in parentheses, or empty */
+  char prompt_name[16];            /* preset or cli_set_prompt; "cli" when empty */
+  char prompt_end;                 /* preset or cli_set_prompt; '>' when 0 */
+  char prompt_text[120];           /* the whole prompt; print it before reading a line */
+  void *context;                   /* the host's, as given to cli_init */
+  int32_t level;                   /* the host's; set to -1 when 0 */
+  struct tokenizer tokenizer;      /* the words of the last line */
   struct parser parser;            /* parser.error->errcode tells how the last line ended */
   struct pager pager;              /* where handlers write */
   cli_node root;                   /* the top-level mode */
@@ -176,14 +182,16 @@ struct cli {
  * on standard output, when the definitions are null or not an object; any other fault in them ends the process. */
 CLI_API cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, void *context, json_t *privileges);
 
+#ifndef CLI_ENGINE_NO_LAYOUT_CHECK
 /* cli_init, after the check that host and library agree about the records. It stands for cli_init in every host, so
  * that one that was built against another layout is told so instead of crashing. */
-#ifndef CLI_ENGINE_NO_LAYOUT_CHECK
 static inline cli *cli_init_checked(cli *engine, validator_typesystem *types, json_t *definitions, void *context,
                                     json_t *privileges) {
   cli_engine_check_layout(CLI_ENGINE_LAYOUT, sizeof(cli));
   return cli_init(engine, types, definitions, context, privileges);
 }
+
+/* Hosts call cli_init_checked by this name. */
 #define cli_init cli_init_checked
 #endif
 
@@ -253,12 +261,16 @@ CLI_API json_t *cli_node_value(cli_node *node);
 
 /* ---- Walking the tree ---- */
 
-/* The words below a node in name order; null at the end, and for a node without words. */
+/* The first word below a node in name order; null for a node without words. */
 CLI_API cli_node *cli_node_first_choice(const cli_node *node);
+
+/* The word after it; null at the end. */
 CLI_API cli_node *cli_node_next_choice(const cli_node *choice);
 
-/* The arguments of a node in declaration order; null at the end, for a null node and one without arguments. */
+/* The first argument of a node in declaration order; null for a null node and one without arguments. */
 CLI_API cli_node *cli_node_first_arg(const cli_node *node);
+
+/* The argument after it; null at the end. */
 CLI_API cli_node *cli_node_next_arg(const cli_node *arg);
 
 /* ---- Showing ---- */

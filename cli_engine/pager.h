@@ -19,16 +19,19 @@ typedef struct pager pager;
 typedef struct pager_line_entry pager_line_entry;
 typedef struct pager_line_list pager_line_list;
 
+/* A line. */
 struct pager_line_entry {
-  DynString *text; /* owned; without the line break */
-  pager_line_entry *next;
+  DynString *text;        /* owned; without the line break */
+  pager_line_entry *next; /* null at the end */
 };
 
+/* Lines; appending takes constant time. */
 struct pager_line_list {
-  pager_line_entry *first;
+  pager_line_entry *first;      /* null when empty */
   pager_line_entry **last_link; /* the `next` of the last entry, or `first` when empty */
 };
 
+/* The lines of one command's output. */
 struct pager {
   int32_t window[2];     /* as given; not read by the library */
   int32_t indent;        /* spaces that begin each line when its first text is fed; 0 or less for none */
@@ -43,8 +46,10 @@ CLI_API void pager_open(pager *p, int first, int second);
 /* Replaces the two window values, which only the host reads. */
 CLI_API void pager_set_window(pager *p, int first, int second);
 
-/* Set the indentation, or add to it; both return the one before. */
+/* Sets the indentation and returns the one before. */
 CLI_API int pager_set_indent(pager *p, int indent);
+
+/* Adds to the indentation and returns the one before. */
 CLI_API int pager_change_indent(pager *p, int delta);
 
 /* Ends the present line and opens an empty one, which is returned. */
@@ -53,8 +58,10 @@ CLI_API DynString *pager_newline(pager *p);
 /* The present line; the first one is opened when there is none. */
 CLI_API DynString *pager_line(pager *p);
 
-/* Append to the present line; a line break is made by pager_newline alone. 0, or -1 as dyn_string_append. */
+/* Appends to the present line; a line break is made by pager_newline alone. 0, or -1 as dyn_string_append. */
 CLI_API int pager_feed(pager *p, const char *text);
+
+/* The same with formatted text, as printf would write it. */
 CLI_API int pager_feedfmt(pager *p, const char *format, ...) CLI_PRINTF(2, 3);
 
 /* Runs a shell command and feeds each line of its output. Returns its termination status as pclose gives it, or -1 when

@@ -36,6 +36,7 @@ struct parser_error {
   cli_node *node;      /* borrowed: where matching failed, or null */
 };
 
+/* What a run reads and leaves. */
 struct parser {
   cli_node *root;              /* the mode the line starts in; a run may move it to an enclosing mode */
   uint8_t collect;             /* arguments are listed whatever the token */
@@ -59,8 +60,10 @@ CLI_API void parser_close(parser *p);
 /* Sets the mode (a node of TYPE_SUBCONFIG, or null) that lines start in, and marks it and its ancestors used. */
 CLI_API void parser_set_root(parser *p, cli_node *node);
 
-/* The user's privilege level. */
+/* Sets the user's privilege level. */
 CLI_API void parser_set_privilege(parser *p, int level);
+
+/* The user's privilege level. */
 CLI_API int parser_get_privilege(const parser *p);
 
 /* Matches the tokenizer's present line from the parser's root. Returns the command, word or mode that the line selects,

@@ -44,30 +44,32 @@ enum {
  * 6 cyan, 7 white; 0 none), in bits 3-5 the background colour, and in bit 6 + k the rendition k (1 bold, 2 faint,
  * 3 italic, 4 underline, 5 and 6 blink, 7 reverse video). */
 struct cell_attr {
-  uint32_t attr;
+  uint32_t attr;  /* colours and renditions */
   uint8_t halign; /* ALIGN_... */
   uint8_t valign; /* VALIGN_... */
 };
 
+/* A line of a cell. */
 struct content_line {
-  char *text;  /* owned by its cell; NUL-terminated, without the line break */
-  int32_t len; /* bytes */
-  content_line *next;
+  char *text;         /* owned by its cell; NUL-terminated, without the line break */
+  int32_t len;        /* bytes */
+  content_line *next; /* null at the end */
 };
 
+/* The lines of a cell, from the first one on. */
 struct content_line_list {
-  content_line *first;
+  content_line *first;      /* null for an empty text */
   content_line **last_link; /* may be stale after the cell was moved in memory; walk from `first` */
 };
 
 /* A cell, label cell or header cell. */
 struct content {
-  int32_t width;  /* bytes of its longest line */
-  int32_t nlines; /* number of lines; 0 for an empty text */
-  content_line_list lines;
-  uint32_t attr; /* as in cell_attr */
-  uint8_t halign;
-  uint8_t valign;
+  int32_t width;           /* bytes of its longest line */
+  int32_t nlines;          /* number of lines; 0 for an empty text */
+  content_line_list lines; /* its text */
+  uint32_t attr;           /* as in cell_attr */
+  uint8_t halign;          /* ALIGN_... */
+  uint8_t valign;          /* VALIGN_... */
 };
 
 /* How a table is drawn. A null string stands for its default: that of the field named in its comment, or the text given
@@ -104,18 +106,19 @@ struct table_style {
 
 /* A table, for reading; the functions below change it. */
 struct table {
-  DynArray *cells;     /* content records, ncols + 1 a row, the label first; row 0 is the header */
-  DynArray *row_index; /* int32_t: the row of `cells` that is shown at each place */
-  int32_t ncols;
-  int32_t nrows;      /* the header not counted */
-  table_style style;  /* with the defaults filled in */
-  int32_t *col_width; /* this and what follows: the layout of the last print; null or 0 before */
-  int32_t *row_height;
-  uint8_t *col_hidden;
-  int32_t header_height;
-  int32_t label_width;
+  DynArray *cells;       /* content records, ncols + 1 a row, the label first; row 0 is the header */
+  DynArray *row_index;   /* int32_t: the row of `cells` that is shown at each place */
+  int32_t ncols;         /* the labels not counted */
+  int32_t nrows;         /* the header not counted */
+  table_style style;     /* with the defaults filled in */
+  int32_t *col_width;    /* this and what follows: the layout of the last print; null or 0 before */
+  int32_t *row_height;   /* lines of each row, as shown */
+  uint8_t *col_hidden;   /* nonzero where hide_empty leaves a column out */
+  int32_t header_height; /* lines of the header */
+  int32_t label_width;   /* bytes of the widest label */
 };
 
+/* One table of a group. */
 struct table_group_entry {
   struct table *table; /* owned by the group */
   const char *title;   /* borrowed; null ends the printing */
@@ -123,13 +126,13 @@ struct table_group_entry {
 
 /* A group of tables, for reading. Its sizes persist between prints and only grow. */
 struct table_group {
-  DynArray *entries; /* table_group_entry */
-  int32_t *col_width;
-  int32_t *row_height;
-  int32_t header_height;
-  int32_t label_width;
-  int32_t ncols;
-  int32_t nrows;
+  DynArray *entries;     /* table_group_entry */
+  int32_t *col_width;    /* the largest of each column */
+  int32_t *row_height;   /* the largest of each row */
+  int32_t header_height; /* the largest */
+  int32_t label_width;   /* the largest */
+  int32_t ncols;         /* elements of col_width */
+  int32_t nrows;         /* elements of row_height */
 };
 
 /* Compares two cells of the column that is sorted by: greater than 0 when the first belongs after the second. A cell is

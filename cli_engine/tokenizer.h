@@ -28,6 +28,7 @@ struct token_list {
   token **last_link; /* the `next` of the last token, or `first` when empty */
 };
 
+/* A word of a line, quotes and backslashes removed. */
 struct token {
   char *text;                  /* borrowed: in the tokenizer's buffer, or in the block of a copied list */
   uint32_t len;                /* bytes, the closing NUL not counted */
@@ -37,6 +38,7 @@ struct token {
   token *next;                 /* see token_next */
 };
 
+/* One line's words at a time. */
 struct tokenizer {
   char *buffer;           /* owned: the texts of `tokens`, each with its NUL, without gaps, in line order */
   uint32_t capacity;      /* bytes of `buffer` */

@@ -54,7 +54,7 @@ typedef json_t *(*validator_value_fn)(const validator *v, const char *text, size
 
 /* A type's default facets: the fields of `validator` after its `type`, by the same names. */
 struct validator_defaults {
-  uint32_t flags;
+  uint32_t flags; /* VALIDATOR_... */
   __extension__ union {
     __extension__ struct {
       uint32_t min_length;
@@ -67,7 +67,7 @@ struct validator_defaults {
       uint32_t width;
     };
   };
-  json_t *enum_array;
+  json_t *enum_array; /* borrowed */
 };
 
 /* A value type. The built-in ones are constant data of the library; one that a host adds stays the host's, and must
@@ -84,6 +84,7 @@ struct validator_type {
   validator_value_fn value_fn;     /* null: the base type's conversion */
 };
 
+/* What one typed argument accepts: its type and facets. Lives inside its node. */
 struct validator {
   const validator_type *type; /* borrowed from the registry; null after a failed validator_open */
   uint32_t flags;             /* VALIDATOR_... */

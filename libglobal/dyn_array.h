@@ -12,7 +12,7 @@
 extern "C" {
 #endif
 
-typedef struct DynArray DynArray;
+typedef struct DynArray DynArray; /* opaque */
 
 /* A new, empty array of elements of that size (at least 1), owned by the caller until dyn_array_free. */
 CLI_API DynArray *dyn_array_new(size_t element_size);

@@ -15,7 +15,7 @@
 extern "C" {
 #endif
 
-typedef struct DynString DynString;
+typedef struct DynString DynString; /* opaque */
 
 /* A new, empty string, owned by the caller until dyn_string_free. */
 CLI_API DynString *dyn_string_new(void);
@@ -34,6 +34,8 @@ CLI_API int dyn_string_append_n(DynString *s, const char *text, size_t len);
 
 /* Appends formatted text, as printf would write it. */
 CLI_API int dyn_string_appendf(DynString *s, const char *format, ...) CLI_PRINTF(2, 3);
+
+/* The same, the arguments as vprintf takes them. */
 CLI_API int dyn_string_vappendf(DynString *s, const char *format, va_list args) CLI_PRINTF(2, 0);
 
 /* The text: borrowed until the string is next changed or freed; never null, "" for a null string. */

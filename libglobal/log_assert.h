@@ -12,7 +12,10 @@
 extern "C" {
 #endif
 
+/* Reports a failed assertion. */
 CLI_API __attribute__((noreturn)) void log_assert(const char *expression, const char *source, const char *function);
+
+/* Reports a failed assertion with a message, formatted as printf would. */
 CLI_API __attribute__((noreturn)) void log_assert_fmt(const char *expression, const char *source, const char *function,
                                                       const char *format, ...) CLI_PRINTF(4, 5);
 

@@ -11,7 +11,7 @@
 extern "C" {
 #endif
 
-typedef struct PtrVector PtrVector;
+typedef struct PtrVector PtrVector; /* opaque */
 
 /* A new, empty vector, owned by the caller until ptr_vector_free. */
 CLI_API PtrVector *ptr_vector_new(void);

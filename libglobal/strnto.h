@@ -17,9 +17,16 @@
 extern "C" {
 #endif
 
+/* To a signed number. */
 CLI_API int strntoi(const char *text, size_t len, int base, int32_t *out);
+
+/* To an unsigned number. */
 CLI_API int strntou(const char *text, size_t len, int base, uint32_t *out);
+
+/* As strntoi, by the name of the C library's wider conversion. */
 CLI_API int strntol(const char *text, size_t len, int base, int32_t *out);
+
+/* As strntou, likewise. */
 CLI_API int strntoul(const char *text, size_t len, int base, uint32_t *out);
 
 #ifdef __cplusplus
