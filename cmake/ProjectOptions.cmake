@@ -11,7 +11,8 @@ function(project_target name)
   if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING) # other compilers warn of other things
     target_compile_options(${name} PRIVATE -Werror)
   endif()
-  target_compile_definitions(${name} PRIVATE _GNU_SOURCE)
+  # Files, folders and their numbers may be large on 32-bit machines too.
+  target_compile_definitions(${name} PRIVATE _GNU_SOURCE _FILE_OFFSET_BITS=64)
   harden(${name})
 endfunction()
 

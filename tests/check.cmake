@@ -6,9 +6,8 @@ function(link_checker name)
   endif()
 endfunction()
 
-find_package(Python3 COMPONENTS Interpreter)
-if(Python3_FOUND AND TARGET cli_shell_check)
-  add_test(NAME schema COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/schema_test.py ${PROJECT_SOURCE_DIR}
+if(TARGET cli_shell_check AND NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME schema COMMAND ${SYSTEM_PYTHON3} ${CMAKE_CURRENT_SOURCE_DIR}/schema_test.py ${PROJECT_SOURCE_DIR}
                                $<TARGET_FILE:check_mutation_test>)
   set_tests_properties(schema PROPERTIES TIMEOUT 300)
 endif()

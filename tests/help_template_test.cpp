@@ -75,10 +75,11 @@ constexpr HelpCase kFaults[] = {
 TEST(HelpDeathTest, FaultsEndTheProcessWithTheirReport) {
   for (const HelpCase &row : kFaults) {
     const std::string report = std::string(row.expanded) + "cli_engine/loader:print_error: assertion \"0\" failed\n";
-    EXPECT_EXIT((void)get_help(document(row.help).get()), testing::KilledBySignal(SIGABRT), testing::StrEq(report));
+    EXPECT_EXIT((void)get_help(document(row.help).get()), testing::KilledBySignal(SIGABRT),
+                testing::StartsWith(report));
   }
   for (const char *help : {"null", "5", "[]", "{}", R"({"args": {}})", R"({"fmt": ""})", R"({"fmt": null})"}) {
-    EXPECT_EXIT((void)get_help(document(help).get()), testing::KilledBySignal(SIGABRT), testing::StrEq(kEmptyFmt))
+    EXPECT_EXIT((void)get_help(document(help).get()), testing::KilledBySignal(SIGABRT), testing::StartsWith(kEmptyFmt))
         << help;
   }
 }

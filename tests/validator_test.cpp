@@ -45,7 +45,7 @@ class Registry : public testing::Test {
 
   void expect_report(const char *declaration, const std::string &expression) {
     EXPECT_EXIT(opened(declaration), testing::KilledBySignal(SIGABRT),
-                testing::StrEq("cli_engine/validator:validator_open: assertion \"" + expression + "\" failed\n"))
+                testing::StartsWith("cli_engine/validator:validator_open: assertion \"" + expression + "\" failed\n"))
         << declaration;
   }
 
@@ -148,9 +148,9 @@ TEST_F(RegistryDeathTest, NullArgumentsAreReported) {
   const JsonRef declaration(json_loads(R"({"#type": "int"})", 0, nullptr));
   validator v;
   EXPECT_EXIT(validator_open(nullptr, &v, declaration.get()), testing::KilledBySignal(SIGABRT),
-              testing::StrEq("cli_engine/validator:validator_find_type: assertion \"ts != NULL\" failed\n"));
+              testing::StartsWith("cli_engine/validator:validator_find_type: assertion \"ts != NULL\" failed\n"));
   EXPECT_EXIT(validator_get_basetype(nullptr), testing::KilledBySignal(SIGABRT),
-              testing::StrEq("cli_engine/validator:validator_get_basetype: assertion \"validator\" failed\n"));
+              testing::StartsWith("cli_engine/validator:validator_get_basetype: assertion \"validator\" failed\n"));
 }
 
 TEST_F(Registry, UnknownTypesLeaveTheValidatorZero) {
