@@ -154,7 +154,8 @@ class Writer {
       const char *const handlers[] = {"fuzz_run", "fuzz_run", "fuzz_refuse", "fuzz_leave"};
       json_object_set_new(definition, "#handler", json_string(source_.any(handlers)));
     }
-    if (const int count = source_.below(kind >= 5 ? 2 : 4); count > 0) json_object_set_new(definition, "#args", args(count, 0));
+    if (const int count = source_.below(kind >= 5 ? 2 : 4); count > 0)
+      json_object_set_new(definition, "#args", args(count, 0));
     if (kind >= 5) json_object_set_new(definition, "#prompt", prompt());
     if (depth < 3 && source_.often()) json_object_set_new(definition, "#commands", commands(depth + 1));
     return definition;
