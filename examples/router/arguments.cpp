@@ -29,6 +29,7 @@ Word word_of(const token *tok) {
   return {.group = group_of(node),
           .name = node->name,
           .text = is_value ? value_text(node, tok) : node->name,
+          .keyword = !is_value,
           .secret = is_value && std::string_view(node->name) == "secret"};
 }
 

@@ -16,7 +16,8 @@ struct Word {
   std::string group;  // name of the group that declares it, or ""
   std::string name;   // name of the argument
   std::string text;
-  bool secret;  // not to be kept as it was typed
+  bool keyword = false;  // a fixed word, not a value
+  bool secret = false;   // not to be kept as it was typed
 };
 
 // The arguments that follow the word of `command` on the line that begins with `first`.

@@ -40,16 +40,6 @@ int natural_compare(std::string_view a, std::string_view b) {
   return whole_a.compare(whole_b);  // 01 and 1 are two texts
 }
 
-std::string join(const std::vector<Word> &words, std::string_view group) {
-  std::string result;
-  for (const Word &word : words) {
-    if (!group.empty() && word.group != group) continue;
-    if (!result.empty()) result += ' ';
-    result += quoted(word.text);
-  }
-  return result;
-}
-
 }  // namespace
 
 bool natural_less(std::string_view a, std::string_view b) {
@@ -72,11 +62,19 @@ std::string Entry::line() const {
 }
 
 std::string Entry::arguments() const {
-  return join(words, "");
+  std::string text;
+  for (const Word &word : words) {
+    if (!text.empty()) text += ' ';
+    text += quoted(word.text);
+  }
+  return text;
 }
 
-std::string Entry::group(std::string_view name) const {
-  return join(words, name);
+std::vector<Word> Entry::group(std::string_view name) const {
+  std::vector<Word> members;
+  std::copy_if(words.begin(), words.end(), std::back_inserter(members),
+               [name](const Word &w) { return w.group == name; });
+  return members;
 }
 
 bool Entry::has(std::string_view name) const {

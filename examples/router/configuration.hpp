@@ -34,10 +34,10 @@ struct Entry {
 
   [[nodiscard]] std::string line() const;
   [[nodiscard]] bool has(std::string_view name) const;
-  [[nodiscard]] std::string text(std::string_view name) const;      // "" when it was not given
-  [[nodiscard]] std::string group(std::string_view name) const;     // all words of one group, or ""
-  [[nodiscard]] std::string arguments() const;                      // the line without its command
-  [[nodiscard]] const Entry *find(std::string_view command) const;  // the first entry of a command, or null
+  [[nodiscard]] std::string text(std::string_view name) const;         // "" when it was not given
+  [[nodiscard]] std::vector<Word> group(std::string_view name) const;  // the words of one group
+  [[nodiscard]] std::string arguments() const;                         // the line without its command
+  [[nodiscard]] const Entry *find(std::string_view command) const;     // the first entry of a command, or null
   [[nodiscard]] std::vector<const Entry *> all(std::string_view command) const;
 };
 

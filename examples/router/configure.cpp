@@ -124,8 +124,7 @@ std::string interface_with_overlap(const Entry &configuration, const Entry &own,
 void hash_secrets(Entry &entry) {
   for (Word &word : entry.words) {
     if (word.name == "password") word.name = word.text = "hash";
-    if (word.secret)
-      word = {.group = "", .name = "secret-hash", .text = router::hash_secret(word.text), .secret = false};
+    if (word.secret) word = {.group = "", .name = "secret-hash", .text = router::hash_secret(word.text)};
   }
 }
 
@@ -231,8 +230,7 @@ ROUTER_HANDLER router_set_rule(cli *engine, cli_node *command) {
       refuse(engine, "There is no number left behind the last rule; use \"resequence\"");
       return 0;
     }
-    entry.words.insert(entry.words.begin(),
-                       {.group = "", .name = "sequence", .text = std::to_string(sequence), .secret = false});
+    entry.words.insert(entry.words.begin(), {.group = "", .name = "sequence", .text = std::to_string(sequence)});
   }
   store(engine, command, std::move(entry));
   return 0;

@@ -20,6 +20,7 @@ using router::say;
 // The password of the line or, on a terminal, the one that is typed when asked for.
 std::string password_of(cli_node *command) {
   if (router::given(command, "password")) return router::text_argument(command, "secret");
+  std::fflush(stdout);  // the echo of the line stands before the question
   const char *typed = isatty(STDIN_FILENO) != 0 ? getpass("Password: ") : nullptr;
   return typed == nullptr ? "" : typed;
 }

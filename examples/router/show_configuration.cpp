@@ -91,15 +91,24 @@ Table ports_of(const Entry &configuration, const std::string &vlan) {
   return rows;
 }
 
+// The words of a group, with a line for each keyword and its value.
+std::string lines_of(const Entry &rule, std::string_view group) {
+  std::string text;
+  for (const router::Word &word : rule.group(group)) {
+    if (!text.empty()) text += word.keyword ? '\n' : ' ';
+    text += router::quoted(word.text);
+  }
+  return text;
+}
+
 Table rules_of(const Entry &list) {
-  Table rows({{"Action"}, {"Protocol"}, {"Source"}, {"Destination"}, {"Options"}});
+  Table rows({{"Action"}, {"Source"}, {"Destination"}, {"Options"}});
   for (const Entry *rule : list.all("rule")) {
-    const std::string action = rule->group("action");
-    rows.add_row({{action, action == "deny" ? router::kRed : router::kGreen},
-                  {rule->group("protocol")},
-                  {rule->group("source")},
-                  {rule->group("destination")},
-                  {rule->group("options")}},
+    const bool deny = rule->has("deny");
+    rows.add_row({{lines_of(*rule, "action") + ' ' + lines_of(*rule, "protocol"), deny ? router::kRed : router::kGreen},
+                  {lines_of(*rule, "source")},
+                  {lines_of(*rule, "destination")},
+                  {lines_of(*rule, "options")}},
                  rule->text("sequence").c_str());
   }
   return rows;
@@ -261,13 +270,15 @@ ROUTER_HANDLER router_show_interfaces_switchport(cli *engine, cli_node * /*comma
 
 ROUTER_HANDLER router_show_access_lists(cli *engine, cli_node *command) {
   const std::string wanted = router::text_argument(command, "list-name");
-  TableGroup group;
   for (const char *kind : {"ip access-list", "ipv6 access-list"}) {
     for (const Entry *list : configuration_of(engine).all(kind)) {
-      if (wanted.empty() || list->text("list-name") == wanted) group.add(list->line(), rules_of(*list));
+      if (!wanted.empty() && list->text("list-name") != wanted) continue;
+      if (pager_line_count(&engine->pager) > 0) say(engine, "%s", "");
+      say(engine, "%s:", list->line().c_str());
+      rules_of(*list).print(engine);
     }
   }
-  group.print(engine);
+  if (pager_line_count(&engine->pager) == 0) say(engine, "There are none");
   return 0;
 }
 
