@@ -9,6 +9,7 @@
 #include <cstring>
 #include <exception>
 
+#include "cli_shell/check.hpp"
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/subcommands.hpp"
 
@@ -19,7 +20,23 @@ constexpr int kCannotRun = 2;
 
 // The first row is what a command line without a subcommand means.
 constexpr Subcommand kSubcommands[] = {
-    {"run", run_main, "run [options] DEFINITION.json", {}},
+    {"run", run_main, nullptr, "run [options] DEFINITION.json", "the shell itself; what is done without a name", {}},
+    {"check",
+     nullptr,
+     cli_check::check_main,
+     "check DEFINITION.json [--privileges FILE] [--handlers LIB.so] [--format=text|json]",
+     "the faults of both documents, with file, line and column",
+     {}},
+    {"preview",
+     preview_main,
+     nullptr,
+     "preview [options] DEFINITION.json",
+     "the language at a prompt without handlers: commands show what they would call",
+     {}},
+    {"test", test_main, nullptr, "test [options] SCRIPT...", "sessions with the output expected from them",
+     kTestOptions},
+    {"reference", reference_main, nullptr, "reference [options] DEFINITION.json", "the command reference of a language",
+     kReferenceOptions},
 };
 
 // Characters are UTF-8, whatever encoding the environment names.
@@ -43,20 +60,32 @@ int print_text(const std::string &text) {
   return 1;
 }
 
+const Subcommand *named_subcommand(const std::vector<std::string> &arguments) {
+  const auto named = std::find_if(std::begin(kSubcommands), std::end(kSubcommands), [&](const Subcommand &row) {
+    return !arguments.empty() && arguments[0] == row.name;
+  });
+  return named == std::end(kSubcommands) ? nullptr : named;
+}
+
+int run_with_arguments(const Subcommand &subcommand, std::vector<std::string> &arguments) {
+  std::vector<char *> argv;
+  for (std::string &argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  return subcommand.main_with_arguments(static_cast<int>(arguments.size()), argv.data());
+}
+
 int run(std::vector<std::string> arguments) {
+  const Subcommand *subcommand = named_subcommand(arguments);
+  if (subcommand && subcommand->main_with_arguments) return run_with_arguments(*subcommand, arguments);
   for (const std::string &argument : arguments) {
     if (argument == "--") break;
     if (argument == "--help") return print_text(usage(kSubcommands));
     if (argument == "--version") return print_text("cli-shell " CLI_SHELL_VERSION "\n");
   }
-  const Subcommand *subcommand = &kSubcommands[0];
-  const auto named = std::find_if(std::begin(kSubcommands), std::end(kSubcommands), [&](const Subcommand &row) {
-    return !arguments.empty() && arguments[0] == row.name;
-  });
-  if (named != std::end(kSubcommands)) {
-    subcommand = named;
+  if (subcommand)
     arguments.erase(arguments.begin());
-  }
+  else
+    subcommand = &kSubcommands[0];
   return subcommand->main(parse_options(arguments, subcommand->extra));
 }
 
