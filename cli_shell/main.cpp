@@ -3,7 +3,7 @@
 #include <langinfo.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
@@ -21,12 +21,23 @@ constexpr int kCannotRun = 2;
 
 // The first row is what a command line without a subcommand means.
 constexpr Subcommand kSubcommands[] = {
-    {"run", run_main, "run [options] DEFINITION.json", {}},
+    {"run", run_main, nullptr, "run [options] DEFINITION.json", "the shell itself; what is done without a name", {}},
     {"check",
      nullptr,
-     "check [--privileges FILE] [--handlers LIB.so] [--format=text|json] DEFINITION.json",
-     {},
-     cli_check::check_main},
+     cli_check::check_main,
+     "check DEFINITION.json [--privileges FILE] [--handlers LIB.so] [--format=text|json]",
+     "the faults of both documents, with file, line and column",
+     {}},
+    {"preview",
+     preview_main,
+     nullptr,
+     "preview [options] DEFINITION.json",
+     "the language at a prompt without handlers: commands show what they would call",
+     {}},
+    {"test", test_main, nullptr, "test [options] SCRIPT...", "sessions with the output expected from them",
+     kTestOptions},
+    {"reference", reference_main, nullptr, "reference [options] DEFINITION.json", "the command reference of a language",
+     kReferenceOptions},
 };
 
 // Characters are UTF-8, whatever encoding the environment names.
@@ -60,7 +71,7 @@ const Subcommand *subcommand_named(std::string_view name) {
 // The arguments behind the program's name.
 int run(int argc, char **argv) {
   const Subcommand *const named = argc > 0 ? subcommand_named(argv[0]) : nullptr;
-  if (named && named->own_main) return named->own_main(argc, argv);
+  if (named && named->main_with_arguments) return named->main_with_arguments(argc, argv);
   const Subcommand &subcommand = named ? *named : kSubcommands[0];
   const Options options = parse_options({argv + (named ? 1 : 0), argv + argc}, subcommand.extra);
   if (options.help) return print_text(usage(kSubcommands));
@@ -74,8 +85,7 @@ int run(int argc, char **argv) {
 int main(int argc, char **argv) try {
   cli_shell::open_standard_descriptors();
   cli_shell::set_character_encoding();
-  const int program_name = argc > 0 ? 1 : 0;
-  return cli_shell::run(argc - program_name, argv + program_name);
+  return cli_shell::run(argc - std::min(argc, 1), argv + std::min(argc, 1));
 } catch (const std::exception &error) {
   cli_shell::say_on_standard_error(error.what());
   return cli_shell::kCannotRun;

@@ -159,7 +159,9 @@ std::string usage(std::span<const Subcommand> subcommands) {
   for (const Subcommand &row : subcommands) text += std::string("       cli-shell ") + row.synopsis + "\n";
   text +=
       "A shell that speaks the command language of a definition document. Without -c and -f, lines are\n"
-      "read from standard input.\n\nOptions:\n";
+      "read from standard input.\n\n";
+  for (const Subcommand &row : subcommands) text += usage_row(row.name, row.help);
+  text += "\nOptions:\n";
   for (const CommonOption &row : kCommon)
     text += usage_row(std::string(row.name) + (row.argument ? std::string(" ") + row.argument : ""), row.help);
   for (const Subcommand &subcommand : subcommands) {

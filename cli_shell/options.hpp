@@ -49,13 +49,14 @@ struct ExtraOption {
   const char *help;
 };
 
+// One of the two functions is set. Both return the exit status and may throw UserError.
 struct Subcommand {
   const char *name;
-  int (*main)(const Options &options);  // the exit status; may throw UserError
+  int (*main)(const Options &options);
+  int (*main_with_arguments)(int argc, char **argv);  // reads its own options, --help too; argv[0] is the name
   const char *synopsis;
+  const char *help;  // what it does, in a line
   std::span<const ExtraOption> extra;
-  int (*own_main)(int argc, char **argv) = nullptr;  // in the place of `main`: reads its arguments itself, argv[0] is
-                                                     // its name
 };
 
 // The options and operands behind the program's (or the subcommand's) name; throws UserError.

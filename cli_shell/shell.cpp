@@ -9,6 +9,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "cli_shell/control.hpp"
 #include "cli_shell/words.hpp"
 
 int cli_shell_exit(cli *engine, cli_node *) {
@@ -107,6 +108,7 @@ bool Shell::selects_command(const std::string &command, size_t &echo_size) {
 
 void Shell::execute(const std::string &line) {
   if (is_comment(line)) return;
+  if (is_own(line)) return print([&] { run_control(&record_.engine, line); });
   FilteredLine parts = split_filters(line);
   if (!parts.error.empty()) return say(parts.error);
 
@@ -119,7 +121,12 @@ void Shell::execute(const std::string &line) {
   output_.run([&] { cli_execute(&record_.engine, parts.command.c_str()); }, std::move(route));
 }
 
+bool Shell::is_own(const std::string &line) const {
+  return accepts_controls_ && is_control(line);
+}
+
 void Shell::execute_plain(const std::string &line) {
+  if (is_own(line)) return print([&] { run_control(&record_.engine, line); });
   output_.run([&] { cli_execute(&record_.engine, line.c_str()); });
 }
 
@@ -128,7 +135,10 @@ void Shell::execute_all(const std::function<const char *()> &next, bool live) {
     while (!leave_requested_ && !std::ferror(stdout)) {
       const char *const line = next();
       if (!line) break;
-      cli_execute(&record_.engine, line);
+      if (is_own(line))
+        run_control(&record_.engine, line);
+      else
+        cli_execute(&record_.engine, line);
       if (live) std::fflush(stdout);
     }
   });
@@ -145,6 +155,7 @@ void Shell::say(const std::string &message) {
 // ---- Help and completion
 
 void Shell::help(const std::string &before_cursor) {
+  if (is_own(before_cursor)) return print(help_on_controls);
   const size_t filter_start = last_filter_start(before_cursor);
   if (filter_start != std::string::npos) return help_filters(before_cursor, filter_start);
   print([&] { cli_help(&record_.engine, before_cursor.c_str()); });
@@ -163,6 +174,7 @@ void Shell::help_filters(const std::string &before_cursor, size_t filter_start) 
 }
 
 Completion Shell::complete(const std::string &before_cursor) {
+  if (is_own(before_cursor)) return complete_control(before_cursor);
   const size_t filter_start = last_filter_start(before_cursor);
   if (filter_start != std::string::npos) return complete_filter(before_cursor, filter_start);
   return complete_line(&record_.engine, libraries_, before_cursor);

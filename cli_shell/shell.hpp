@@ -35,6 +35,9 @@ class Shell {
   // The shell that an engine belongs to; only for engines that a handler of this program is called with.
   static Shell &of(cli *engine);
 
+  // From now on lines that begin with "%" are this program's own (control.hpp), whatever the language says.
+  void accept_controls() { accepts_controls_ = true; }
+
   // ---- Lines. A comment line ("!" or "#" first) does nothing. While one of these runs in an interactive session,
   // SIGINT ends the output and its filters, and nothing else; it is handled here.
 
@@ -88,6 +91,7 @@ class Shell {
     Shell *shell;
   };
 
+  bool is_own(const std::string &line) const;
   // A run over the line, with marks in the tree as a line that is executed leaves them.
   cli_node *parse(const std::string &line);
   bool selects_command(const std::string &command, size_t &echo_size);
@@ -102,6 +106,7 @@ class Shell {
   std::vector<std::string> secrets_ = {"password", "secret"};
   Output output_;
   bool started_ = false;
+  bool accepts_controls_ = false;
   bool leave_requested_ = false;
 };
 

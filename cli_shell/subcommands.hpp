@@ -7,7 +7,18 @@
 
 namespace cli_shell {
 
-int run_main(const Options &options);  // the shell itself
+int run_main(const Options &options);        // the shell itself
+int preview_main(const Options &options);    // the language without its handlers
+int test_main(const Options &options);       // sessions and what is expected of them
+int reference_main(const Options &options);  // the commands of a language, as a document
+
+inline constexpr ExtraOption kTestOptions[] = {
+    {"update", nullptr, "write what is printed now into the scripts as what is expected"},
+};
+
+inline constexpr ExtraOption kReferenceOptions[] = {
+    {"format", "FORMAT", "markdown (the default) or man"},
+};
 
 }  // namespace cli_shell
 

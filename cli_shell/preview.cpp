@@ -1,0 +1,105 @@
+#include "cli_shell/preview.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include "cli_shell/handlerless.hpp"
+#include "cli_shell/session.hpp"
+#include "cli_shell/subcommands.hpp"
+
+extern "C" CLI_API int cli_shell_preview_handler(cli *engine, cli_node *node);
+
+namespace cli_shell {
+namespace {
+
+std::string json_text(json_t *value) {
+  const std::unique_ptr<char, decltype(&free)> text(json_dumps(value, JSON_ENCODE_ANY | JSON_COMPACT), free);
+  return text ? text.get() : "null";
+}
+
+std::string joined(const std::string &path, const char *name) {
+  if (!name) return path;
+  return path.empty() ? name : path + ' ' + name;
+}
+
+using SayLine = std::function<void(const std::string &line)>;
+
+// The arguments of a node that the line gave, each by its path below `path`.
+void say_arguments(const cli_node *node, const std::string &path, const SayLine &say) {
+  for (cli_node *argument = cli_node_first_arg(node); argument; argument = cli_node_next_arg(argument)) {
+    if (!argument->used) continue;
+    const std::string below = joined(path, argument->name);
+    if (argument->type != TYPE_CONTAINER) say("  " + below + " = " + json_text(cli_node_value(argument)));
+    say_arguments(argument, below, say);
+  }
+}
+
+// The arguments of the words and modes that lead to a node, the outermost first; the result is the node's own path.
+std::string say_enclosing_arguments(const cli_node *node, const SayLine &say) {
+  if (!node->parent) return "";
+  const std::string path = say_enclosing_arguments(node->parent, say);
+  if (node->parent->parent) say_arguments(node->parent, "/ " + path, say);
+  return joined(path, node->name);
+}
+
+void say_call(cli_node *node, const char *handler, const SayLine &say) {
+  say(std::string("calls ") + handler);
+  say_arguments(node, "", say);
+  say_enclosing_arguments(node, say);
+}
+
+constexpr struct {
+  const char *name;
+  cli_handler function;
+} kOwnHandlers[] = {{"cli_shell_exit", cli_shell_exit}, {"cli_shell_end", cli_shell_end}};
+
+int call_own_handler(cli *engine, cli_node *node, const char *handler) {
+  for (const auto &row : kOwnHandlers)
+    if (std::strcmp(row.name, handler) == 0) return row.function(engine, node);
+  return 0;
+}
+
+}  // namespace
+
+JsonRef with_preview_handlers(json_t *definitions) {
+  return handlerless(definitions, "cli_shell_preview_handler");
+}
+
+std::vector<HandlersLibrary> types_only(std::vector<HandlersLibrary> libraries) {
+  for (HandlersLibrary &library : libraries) {
+    const HandlersLibrary whole = library;
+    library = HandlersLibrary{};
+    library.register_types = whole.register_types;
+  }
+  return libraries;
+}
+
+int preview_main(const Options &options) {
+  if (options.dump) return run_main(options);
+  Documents documents = load_documents(only_operand(options, "the definition document"), options.privileges);
+  documents.definitions = with_preview_handlers(documents.definitions.get());
+  const Session session(options);
+  Shell shell(options, documents, types_only(load_handlers_libraries(options.handlers)));
+  shell.accept_controls();
+  if (session.at_prompt())
+    shell.print([] { std::puts("Commands show what they would call. %help lists what is this program's own."); });
+  return session.run(shell);
+}
+
+}  // namespace cli_shell
+
+int cli_shell_preview_handler(cli *engine, cli_node *node) {
+  const char *const handler = json_string_value(json_object_get(node->definition, cli_shell::kOriginalHandler));
+  cli_shell::say_call(node, handler, [engine, node](const std::string &line) {
+    // What a mode's handler leaves in the pager is not shown.
+    if (node->type == TYPE_SUBCONFIG) {
+      std::puts(line.c_str());
+      return;
+    }
+    pager_feed(&engine->pager, line.c_str());
+    pager_newline(&engine->pager);
+  });
+  return cli_shell::call_own_handler(engine, node, handler);
+}
