@@ -17,9 +17,14 @@ namespace {
 
 constexpr int kCannotRun = 2;
 
+constexpr ExtraOption kCheckOptions[] = {
+    {"format", "FORMAT", "text, one line for each finding, or json"},
+};
+
 // The first row is what a command line without a subcommand means.
 constexpr Subcommand kSubcommands[] = {
     {"run", run_main, "run [options] DEFINITION.json", {}},
+    {"check", check_main, "check [options] DEFINITION.json", kCheckOptions},
 };
 
 // Characters are UTF-8, whatever encoding the environment names.

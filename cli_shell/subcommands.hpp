@@ -7,7 +7,8 @@
 
 namespace cli_shell {
 
-int run_main(const Options &options);  // the shell itself
+int run_main(const Options &options);    // the shell itself
+int check_main(const Options &options);  // what is wrong with the documents
 
 }  // namespace cli_shell
 
