@@ -1,4 +1,4 @@
-// cli-shell check: what is wrong, or cannot be meant, in a definition document and its privilege table.
+// What is wrong, or cannot be meant, in a definition document and its privilege table.
 #ifndef CLI_SHELL_CHECK_HPP
 #define CLI_SHELL_CHECK_HPP
 
@@ -9,10 +9,6 @@ namespace cli_check {
 
 // Everything there is to say about the documents, in their order; privileges may be null.
 void check_documents(JsonDocument &definitions, JsonDocument *privileges, const Host &host, Findings &findings);
-
-// The subcommand; argv[0] is its name. Returns 0 when nothing keeps the documents from loading, 1 when something does,
-// 2 when it could not run.
-int check_main(int argc, char **argv);
 
 }  // namespace cli_check
 

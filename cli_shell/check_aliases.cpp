@@ -89,12 +89,14 @@ const Node *selected(const Node &node, std::string_view text) {
 
 // Does the expansion come back to an alias that was expanded already?
 bool expands_to_itself(const Node &alias) {
+  constexpr std::size_t kMostExpansions = 16;  // in one line; a longer chain does not parse
   std::unordered_set<const Node *> expanded;
-  for (const Node *at = &alias; at != nullptr && at->kind == NodeKind::kAlias;
-       at = selected(*at->parent, first_word(alias_text(*at)))) {
+  const Node *at = &alias;
+  while (at != nullptr && at->kind == NodeKind::kAlias && expanded.size() <= kMostExpansions) {
     if (!expanded.insert(at).second) {
       return true;
     }
+    at = selected(*at->parent, first_word(alias_text(*at)));
   }
   return false;
 }

@@ -61,7 +61,7 @@ void JsonValue::set_members(std::span<const JsonMember> members) {
 
 namespace {
 
-constexpr int kDeepest = 2048;  // levels, the outermost value and the innermost scalar included
+constexpr std::size_t kDeepest = 2048;  // levels, the outermost value and the innermost scalar included
 
 bool is_digit(int byte) {
   return byte >= '0' && byte <= '9';
@@ -197,23 +197,104 @@ class Reader {
     return fail(at_end() ? std::string("the text ends where ") + what + " is due" : std::string("expected ") + what);
   }
 
+  // An array or object that is not closed yet.
+  struct Open {
+    JsonKind kind;
+    uint32_t offset;
+    std::size_t start;  // of its children in items_ or members_
+  };
+
+  // A value with all that it holds. Nesting takes no stack.
+  // long.
   bool value(JsonValue &out) {
-    if (depth_ == kDeepest) {
-      return fail("nested deeper than 2048 levels");
+    for (;;) {
+      if (open_.size() == kDeepest) {
+        return fail("nested deeper than 2048 levels");
+      }
+      JsonValue read;
+      read.offset = here();
+      const int first = peek();
+      if (first == '{' || first == '[') {
+        bool is_empty = false;
+        if (!begin_container(first == '{' ? JsonKind::kObject : JsonKind::kArray, is_empty)) {
+          return false;
+        }
+        if (!is_empty) {
+          continue;
+        }
+        read = end_container();
+      } else if (!scalar(read)) {
+        return false;
+      }
+      bool is_complete = false;
+      if (!place(read, is_complete)) {
+        return false;
+      }
+      if (is_complete) {
+        out = read;
+        return true;
+      }
     }
-    ++depth_;
-    out.offset = here();
-    const bool good = value_by_first_byte(out);
-    --depth_;
-    return good;
   }
 
-  bool value_by_first_byte(JsonValue &out) {
+  // Puts a value where it belongs, and each container that it completes. is_complete tells that nothing is open;
+  // otherwise the next value is due.
+  bool place(JsonValue &value, bool &is_complete) {
+    while (!open_.empty()) {
+      const bool in_object = open_.back().kind == JsonKind::kObject;
+      if (in_object) {
+        members_.back().value = value;
+      } else {
+        items_.push_back(value);
+      }
+      skip_blanks();
+      if (take(',')) {
+        return next_child(in_object);
+      }
+      if (peek() != (in_object ? '}' : ']')) {
+        return fail_expecting(in_object ? "\",\" or \"}\"" : "\",\" or \"]\"");
+      }
+      value = end_container();
+    }
+    is_complete = true;
+    return true;
+  }
+
+  bool begin_container(JsonKind kind, bool &is_empty) {
+    const bool is_object = kind == JsonKind::kObject;
+    open_.push_back({kind, here(), is_object ? members_.size() : items_.size()});
+    ++at_;
+    skip_blanks();
+    is_empty = peek() == (is_object ? '}' : ']');
+    return is_empty || !is_object || member_name();
+  }
+
+  bool next_child(bool in_object) {
+    skip_blanks();
+    if (peek() == (in_object ? '}' : ']')) {
+      return fail(in_object ? "a comma before \"}\"" : "a comma before \"]\"");
+    }
+    return !in_object || member_name();
+  }
+
+  // At the closing bracket.
+  JsonValue end_container() {
+    const Open closed = open_.back();
+    open_.pop_back();
+    ++at_;
+    JsonValue container;
+    container.offset = closed.offset;
+    if (closed.kind == JsonKind::kObject) {
+      mark_repeated(std::span(members_).subspan(closed.start));
+      container.set_members(settle(document_, members_, closed.start));
+    } else {
+      container.set_items(settle(document_, items_, closed.start));
+    }
+    return container;
+  }
+
+  bool scalar(JsonValue &out) {
     switch (peek()) {
-      case '{':
-        return object(out);
-      case '[':
-        return array(out);
       case '"':
         return string_value(out);
       case 't':
@@ -403,58 +484,9 @@ class Reader {
     return code;
   }
 
-  bool array(JsonValue &out) {
-    const std::size_t start = items_.size();
-    ++at_;
-    skip_blanks();
-    while (peek() != ']') {
-      JsonValue item;
-      if (!value(item)) {
-        return false;
-      }
-      items_.push_back(item);
-      skip_blanks();
-      if (take(',')) {
-        skip_blanks();
-        if (peek() == ']') {
-          return fail("a comma before \"]\"");
-        }
-      } else if (peek() != ']') {
-        return fail_expecting("\",\" or \"]\"");
-      }
-    }
-    ++at_;
-    out.set_items(settle(document_, items_, start));
-    return true;
-  }
-
-  bool object(JsonValue &out) {
-    const std::size_t start = members_.size();
-    ++at_;
-    skip_blanks();
-    while (peek() != '}') {
-      JsonMember member{};
-      if (!object_member(member)) {
-        return false;
-      }
-      members_.push_back(member);
-      skip_blanks();
-      if (take(',')) {
-        skip_blanks();
-        if (peek() == '}') {
-          return fail("a comma before \"}\"");
-        }
-      } else if (peek() != '}') {
-        return fail_expecting("\",\" or \"}\"");
-      }
-    }
-    ++at_;
-    mark_repeated(std::span(members_).subspan(start));
-    out.set_members(settle(document_, members_, start));
-    return true;
-  }
-
-  bool object_member(JsonMember &member) {
+  // A member's name and colon; the value that is due comes to it later.
+  bool member_name() {
+    JsonMember member{};
     member.offset = here();
     if (peek() != '"') {
       return fail_expecting("a member's name in quotes");
@@ -467,16 +499,17 @@ class Reader {
       return fail_expecting("\":\" after a member's name");
     }
     skip_blanks();
-    return value(member.value);
+    members_.push_back(member);
+    return true;
   }
 
   JsonDocument &document_;
   std::string_view text_;
   JsonFault &fault_;
   std::size_t at_ = 0;
-  int depth_ = 0;
-  std::vector<JsonValue> items_;     // of the arrays being read, innermost last
-  std::vector<JsonMember> members_;  // of the objects being read
+  std::vector<Open> open_;           // innermost last
+  std::vector<JsonValue> items_;     // of the open arrays
+  std::vector<JsonMember> members_;  // of the open objects
   std::string decoded_;              // the string being read
 };
 

@@ -10,7 +10,6 @@
 #include <exception>
 #include <string_view>
 
-#include "cli_shell/check.hpp"
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/subcommands.hpp"
 
@@ -21,22 +20,16 @@ constexpr int kCannotRun = 2;
 
 // The first row is what a command line without a subcommand means.
 constexpr Subcommand kSubcommands[] = {
-    {"run", run_main, nullptr, "run [options] DEFINITION.json", "the shell itself; what is done without a name", {}},
-    {"check",
-     nullptr,
-     cli_check::check_main,
-     "check DEFINITION.json [--privileges FILE] [--handlers LIB.so] [--format=text|json]",
-     "the faults of both documents, with file, line and column",
-     {}},
+    {"run", run_main, "run [options] DEFINITION.json", "the shell itself; what is done without a name", {}},
+    {"check", check_main, "check [options] DEFINITION.json", "the faults of both documents, with file, line and column",
+     kCheckOptions},
     {"preview",
      preview_main,
-     nullptr,
      "preview [options] DEFINITION.json",
      "the language at a prompt without handlers: commands show what they would call",
      {}},
-    {"test", test_main, nullptr, "test [options] SCRIPT...", "sessions with the output expected from them",
-     kTestOptions},
-    {"reference", reference_main, nullptr, "reference [options] DEFINITION.json", "the command reference of a language",
+    {"test", test_main, "test [options] SCRIPT...", "sessions with the output expected from them", kTestOptions},
+    {"reference", reference_main, "reference [options] DEFINITION.json", "the command reference of a language",
      kReferenceOptions},
 };
 
@@ -71,7 +64,6 @@ const Subcommand *subcommand_named(std::string_view name) {
 // The arguments behind the program's name.
 int run(int argc, char **argv) {
   const Subcommand *const named = argc > 0 ? subcommand_named(argv[0]) : nullptr;
-  if (named && named->main_with_arguments) return named->main_with_arguments(argc, argv);
   const Subcommand &subcommand = named ? *named : kSubcommands[0];
   const Options options = parse_options({argv + (named ? 1 : 0), argv + argc}, subcommand.extra);
   if (options.help) return print_text(usage(kSubcommands));

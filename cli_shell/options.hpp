@@ -53,7 +53,6 @@ struct ExtraOption {
 struct Subcommand {
   const char *name;
   int (*main)(const Options &options);
-  int (*main_with_arguments)(int argc, char **argv);  // reads its own options, --help too; argv[0] is the name
   const char *synopsis;
   const char *help;  // what it does, in a line
   std::span<const ExtraOption> extra;

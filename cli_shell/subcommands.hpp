@@ -8,9 +8,14 @@
 namespace cli_shell {
 
 int run_main(const Options &options);        // the shell itself
+int check_main(const Options &options);      // what is wrong with the documents
 int preview_main(const Options &options);    // the language without its handlers
 int test_main(const Options &options);       // sessions and what is expected of them
 int reference_main(const Options &options);  // the commands of a language, as a document
+
+inline constexpr ExtraOption kCheckOptions[] = {
+    {"format", "FORMAT", "text, one line for each finding, or json"},
+};
 
 inline constexpr ExtraOption kTestOptions[] = {
     {"update", nullptr, "write what is printed now into the scripts as what is expected"},

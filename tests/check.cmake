@@ -6,8 +6,9 @@ function(link_checker name)
   endif()
 endfunction()
 
+# The schemas beside the checker.
 if(TARGET cli_shell_check AND NOT CMAKE_CROSSCOMPILING)
-  add_test(NAME schema COMMAND ${SYSTEM_PYTHON3} ${CMAKE_CURRENT_SOURCE_DIR}/schema_test.py ${PROJECT_SOURCE_DIR}
-                               $<TARGET_FILE:check_mutation_test>)
-  set_tests_properties(schema PROPERTIES TIMEOUT 300)
+  add_test(NAME schema_test COMMAND ${SYSTEM_PYTHON3} -B ${CMAKE_CURRENT_SOURCE_DIR}/schema_test.py ${PROJECT_SOURCE_DIR}
+                                    $<TARGET_FILE:check_mutation_test>)
+  set_tests_properties(schema_test PROPERTIES TIMEOUT 300)
 endif()

@@ -108,6 +108,38 @@ class Options(Case):
         self.assertIn(b"m x\n", done.stdout)
 
 
+class Check(Case):
+    def check(self, *arguments):
+        done = subprocess.run([SHELL, "check", *arguments], capture_output=True, timeout=120, env=ENVIRONMENT)
+        return done.stdout.decode(), done.stderr.decode(), done.returncode
+
+    def test_the_status_tells_faults_from_what_could_not_run(self):
+        good = self.file("good.json", b'{"a": {"#help": "A", "#handler": "shell_test_lines"}}')
+        odd = self.file("odd.json", b'{"a": {"#help": "", "#handler": "shell_test_lines"}}')
+        bad = self.file("bad.json", b'{"a": {"#help": "A", "#handler": "nowhere"}, "a": {}}')
+        cases = [
+            ([good], "", "", 0),
+            ([good, "--format=json"], "[]\n", "", 0),
+            ([odd], odd + ':1:17: warning: "a": the help text is empty [help-text]\n', "", 0),
+            ([bad], bad + ':1:46: error: an earlier member of this object is named "a" [repeated-member]\n', "", 1),
+            ([bad, "--handlers", HANDLERS], re.compile('.*bad.json:1:34: error: "a": no .* "nowhere" \\[unknown-handler\\]\n'
+                                                       '.*repeated-member', re.DOTALL), "", 1),
+            ([good, "--privileges", good], "", "", 0),
+            ([self.file("binary", b"{\0}")], "", self.folder + "/binary: is not a text", 2),
+            ([self.folder], "", self.folder + ": Is a directory", 2),
+            ([good, "--format=xml"], "", "--format takes text or json, not 'xml'", 2),
+            ([], "", "the definition document is missing; see cli-shell --help", 2),
+        ]
+        for arguments, out, message, status in cases:
+            with self.subTest(arguments):
+                said, complaint, left_with = self.check(*arguments)
+                self.assertEqual((complaint, left_with), ("cli-shell: " + message + "\n" if message else "", status))
+                if isinstance(out, str):
+                    self.assertEqual(said, out)
+                else:
+                    self.assertRegex(said, out)
+
+
 class Lines(Case):
     def test_actions_run_in_the_order_given(self):
         first = self.file("first", b"show text one\n")
