@@ -87,20 +87,13 @@ void report_error(cli *engine) {
   const int width = cli_print_command(tokenizer_first(&engine->tokenizer), &text, 1, &rest);
   libglobal::append(text, kErrorColour);
   for (const token *tok = rest; tok != nullptr; tok = next_token(tok)) {
-    libglobal::append(text, text_of(*tok));
-    libglobal::append(text, ' ');
+    libglobal::append_all(text, text_of(*tok), " ");
   }
   libglobal::append(text, '\n');
   libglobal::fill(text, ' ', static_cast<std::size_t>(width));
-  libglobal::append(text, "^\n");
-  libglobal::append(text, kMessageColour);
-  libglobal::append(text, message_of(error.errcode));
-  libglobal::append(text, kReset);
-  libglobal::append(text, " at '");
-  libglobal::append(text, rest == nullptr ? std::string_view{} : text_of(*rest));
-  libglobal::append(text, "': '");
-  libglobal::append(text, place_of(error.node));
-  libglobal::append(text, "'");
+  const std::string_view blamed = rest == nullptr ? std::string_view{} : text_of(*rest);
+  libglobal::append_all(text, "^\n", kMessageColour, message_of(error.errcode), kReset, " at '", blamed, "': '",
+                        place_of(error.node), "'");
   write_line(text);
 }
 

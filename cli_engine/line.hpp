@@ -27,31 +27,28 @@ class NodeTable {
   template <class Shown>
   void print(std::string_view before, std::string_view after, Shown shown) const {
     int widest = 0;
-    for_each(shown, [&](const cli_node &, int width) { widest = width > widest ? width : widest; });
-    for_each(shown, [&](const cli_node &node, int width) {
-      const std::string_view notation = libglobal::view(text_);
-      std::fwrite(before.data(), 1, before.size(), stdout);
-      std::fwrite(notation.data(), 1, notation.size(), stdout);
+    for_each(shown, [&](const cli_node &node) {
+      const int width = visible_width(node, text_);
+      widest = width > widest ? width : widest;
+    });
+    for_each(shown, [&](const cli_node &node) {
       libglobal::clear(text_);
+      libglobal::append(text_, before);
+      const int width = print_node(node, nullptr, text_, true);
       libglobal::append(text_, after);
       libglobal::fill(text_, ' ', static_cast<std::size_t>(widest - width));
-      libglobal::append(text_, '\t');
-      libglobal::append(text_, node.help);
-      libglobal::append(text_, '\n');
+      libglobal::append_all(text_, "\t", node.help, "\n");
       std::fwrite(text_.data, 1, text_.len, stdout);
     });
   }
 
  private:
-  // Calls visit for each shown node while its notation stands in text_.
   template <class Shown, class Visit>
   void for_each(Shown shown, Visit visit) const {
     for (void *item : libglobal::items(nodes_)) {
       const auto &node = *static_cast<const cli_node *>(item);
       if (shown(node)) {
-        libglobal::clear(text_);
-        const int width = print_node(node, nullptr, text_, true);
-        visit(node, width);
+        visit(node);
       }
     }
   }

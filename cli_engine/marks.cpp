@@ -42,24 +42,16 @@ Marks::~Marks() {
   std::free(doomed_);
 }
 
-void Marks::append(cli_node &node) {
-  if (node.parent == nullptr) {
-    return;  // the root: its `internal` is the list itself
-  }
-  if (size_ == capacity_) {
-    capacity_ = capacity_ == 0 ? 32 : capacity_ * 2;
-    const libglobal::Caller caller = LIBGLOBAL_CALLER(kSource);
-    nodes_ = static_cast<cli_node **>(libglobal::xrealloc(nodes_, capacity_ * sizeof *nodes_, caller));
-    doomed_ = static_cast<cli_node **>(libglobal::xrealloc(doomed_, capacity_ * sizeof *doomed_, caller));
-    for (std::size_t i = 0; i < size_; i++) {
-      if (nodes_[i] != nullptr) {
-        nodes_[i]->internal = &nodes_[i];
-      }
+void Marks::grow() {
+  capacity_ = capacity_ == 0 ? 32 : capacity_ * 2;
+  const libglobal::Caller caller = LIBGLOBAL_CALLER(kSource);
+  nodes_ = static_cast<cli_node **>(libglobal::xrealloc(nodes_, capacity_ * sizeof *nodes_, caller));
+  doomed_ = static_cast<cli_node **>(libglobal::xrealloc(doomed_, capacity_ * sizeof *doomed_, caller));
+  for (std::size_t i = 0; i < size_; i++) {
+    if (nodes_[i] != nullptr) {
+      nodes_[i]->internal = &nodes_[i];
     }
   }
-  nodes_[size_] = &node;
-  node.internal = &nodes_[size_];
-  size_++;
 }
 
 void Marks::clear() {

@@ -32,6 +32,10 @@ class Marks {
     node.token = tok;
     add(node);
   }
+  void use(cli_node &node, token *tok) {
+    node.token = tok;
+    use(node);
+  }
 
   // Clears every mark and empties the list.
   void clear();
@@ -52,12 +56,19 @@ class Marks {
   }
 
  private:
+  // The root is on no list: its `internal` is the list itself.
   void add(cli_node &node) {
-    if (node.internal == nullptr) {
-      append(node);
+    if (node.internal != nullptr || node.parent == nullptr) {
+      return;
     }
+    if (size_ == capacity_) [[unlikely]] {
+      grow();
+    }
+    nodes_[size_] = &node;
+    node.internal = &nodes_[size_];
+    size_++;
   }
-  void append(cli_node &node);
+  void grow();
 
   cli_node **nodes_ = nullptr;  // null where a node was struck off
   std::size_t size_ = 0;

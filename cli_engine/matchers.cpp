@@ -37,6 +37,21 @@ std::optional<std::uint32_t> number_up_to(std::uint32_t limit, std::string_view 
 
 // ---- Addresses ----
 
+// One part of an IPv4 address, at most 255: nearly always decimal, but octal or hexadecimal behind a zero. Returns
+// where it ends, or null.
+const char *skip_octet(const char *at, const char *end) {
+  if (*at == '0' && at + 1 != end && at[1] != '.') {
+    const char *const stop = std::find(at, end, '.');
+    return number_up_to(255, {at, static_cast<std::size_t>(stop - at)}, 0) ? stop : nullptr;
+  }
+  const char *const start = at;
+  unsigned value = 0;
+  while (at != end && is_digit(*at) && value <= 255) {
+    value = value * 10 + static_cast<unsigned>(*at++ - '0');
+  }
+  return at == start || value > 255 ? nullptr : at;
+}
+
 // One pass over the groups of an IPv6 address.
 class Ipv6Scan {
  public:
@@ -273,16 +288,22 @@ int check_number(const validator *v, int basetype, std::string_view text) {
 }  // namespace
 
 int match_ipv4_address(const validator * /*v*/, const char *text, std::size_t len) {
-  std::string_view rest{text, len};
+  const char *at = text;
+  const char *const end = text + len;
   int parts = 0;
-  while (!rest.empty()) {
-    const std::size_t dot = rest.find('.');
-    const bool last = dot == std::string_view::npos;
-    parts++;
-    if ((!last && parts == 4) || !number_up_to(255, rest.substr(0, dot), 0)) {
+  while (at != end) {
+    at = skip_octet(at, end);
+    if (at == nullptr) {
       return MATCH_NONE;
     }
-    rest.remove_prefix(last ? rest.size() : dot + 1);
+    parts++;
+    if (at == end) {
+      break;
+    }
+    if (*at != '.' || parts == 4) {
+      return MATCH_NONE;
+    }
+    at++;
   }
   return parts == 4 ? MATCH_COMPLETE : MATCH_INCOMPLETE;
 }

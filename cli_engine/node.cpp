@@ -96,11 +96,12 @@ void rebalance_after_insert(cli_node_set &set, cli_node *node) {
 }
 
 bool insert(cli_node_set &set, cli_node *node) {
+  const WantedName name(name_of(*node));
   cli_node *parent = nullptr;
   cli_node **link = &set.root;
   while (*link != nullptr) {
     parent = *link;
-    const int order = name_compare(name_of(*node), name_of(*parent));
+    const int order = name.compare(*parent);
     if (order == 0) {
       return false;
     }
@@ -194,12 +195,23 @@ char *copy_text(const char *text, std::size_t length, const libglobal::Caller &c
   return static_cast<char *>(libglobal::xmemdup(text, length + 1, caller));
 }
 
+// With at least the bytes that a key is read from.
+char *copy_name(const char *name, std::size_t length, const libglobal::Caller &caller) {
+  if (length >= kKeyBytes) {
+    return copy_text(name, length, caller);
+  }
+  auto *copy = static_cast<char *>(libglobal::xcalloc(1, kKeyBytes, caller));
+  std::memcpy(copy, name, length);
+  return copy;
+}
+
 }  // namespace
 
 cli_node *find_choice(const cli_node_set &choices, std::string_view name) {
+  const WantedName wanted(name);
   cli_node *node = choices.root;
   while (node != nullptr) {
-    const int order = name_compare(name, name_of(*node));
+    const int order = wanted.compare(*node);
     if (order == 0) {
       break;
     }
@@ -208,25 +220,25 @@ cli_node *find_choice(const cli_node_set &choices, std::string_view name) {
   return node;
 }
 
-cli_node *first_choice_with_prefix(const cli_node_set &choices, std::string_view prefix) {
+cli_node *first_choice_with_prefix(const cli_node_set &choices, const WantedName &prefix) {
   cli_node *first = nullptr;
   cli_node *node = choices.root;
   while (node != nullptr) {
-    const std::string_view name = name_of(*node);
-    const std::size_t common = common_length(prefix, name);
-    if (common == prefix.size()) {
+    const int order = prefix.compare_beginning(*node);
+    if (order == 0) {
       first = node;
-      if (name.size() == prefix.size()) {
+      if (node->name_len == prefix.size()) {
         break;
       }
-      node = node->choice_link.left;
-    } else if (common < name.size() && fold(prefix[common]) < fold(name[common])) {
-      node = node->choice_link.left;
-    } else {
-      node = node->choice_link.right;
     }
+    node = order > 0 ? node->choice_link.right : node->choice_link.left;
   }
   return first;
+}
+
+cli_node *next_choice_with_prefix(const cli_node &choice, const WantedName &prefix) {
+  cli_node *next = next_choice(choice);
+  return next != nullptr && prefix.begins(*next) ? next : nullptr;
 }
 
 cli_node *first_choice(const cli_node_set &choices) {
@@ -264,7 +276,7 @@ cli_node *new_node(json_t *definition, const char *name, const char *help, node_
   node->definition = json_incref(definition);
   if (type != TYPE_CONTAINER) {
     node->name_len = std::strlen(name);
-    node->name = copy_text(name, node->name_len, caller);
+    node->name = copy_name(name, node->name_len, caller);
     node->help = copy_text(help, std::strlen(help), caller);
   }
   if (cli_node_list *args = args_of(*node)) {

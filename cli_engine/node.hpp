@@ -3,6 +3,7 @@
 #define CLI_ENGINE_NODE_HPP
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -72,6 +73,67 @@ inline bool begins_with(std::string_view text, std::string_view prefix) {
 inline bool same_name(std::string_view a, std::string_view b) {
   return a.size() == b.size() && begins_with(a, b);
 }
+
+// The first bytes of a text without regard to case, as a number: numbers are in the order of the bytes. A shorter text
+// counts as ended by NULs, which come before everything else.
+using NameKey = std::uint64_t;
+inline constexpr std::size_t kKeyBytes = sizeof(NameKey);
+
+// The key of a name in the tree, which is stored in at least so many bytes.
+inline NameKey key_of(const char *name) {
+  NameKey bytes = 0;
+  std::memcpy(&bytes, name, kKeyBytes);
+  if constexpr (std::endian::native == std::endian::little) {
+    bytes = __builtin_bswap64(bytes);
+  }
+  // In each byte, by sums that do not reach the next one: bit 7 is set from 'A' on, and again from beyond 'Z' on.
+  constexpr NameKey kOnes = 0x0101010101010101U;
+  const NameKey low_bits = bytes & (0x7F * kOnes);
+  const NameKey from_a = low_bits + (0x80 - 'A') * kOnes;
+  const NameKey beyond_z = low_bits + (0x7F - 'Z') * kOnes;
+  const NameKey upper = (from_a ^ beyond_z) & ~bytes & (0x80 * kOnes);
+  return bytes | upper >> 2;  // bit 5 makes a letter a small one
+}
+
+// A text that is looked for among the names of the tree. Most names are told from it by their keys.
+class WantedName {
+ public:
+  explicit WantedName(std::string_view text) : text_(text) {
+    if (text.size() >= kKeyBytes) {
+      key_ = key_of(text.data());
+      return;
+    }
+    std::array<char, kKeyBytes> start{};
+    for (std::size_t i = 0; i < text.size(); i++) {
+      start[i] = text[i];
+    }
+    key_ = key_of(start.data());
+    mask_ = ~(~NameKey{0} >> (8 * text.size()));
+  }
+
+  // Less than 0 when the text comes before the name, 0 when they are equal.
+  [[nodiscard]] int compare(const cli_node &node) const {
+    const NameKey other = key_of(node.name);
+    return key_ != other ? (key_ < other ? -1 : 1) : name_compare(text_, name_of(node));
+  }
+
+  // The same with the beginning of the name, as far as the text goes.
+  [[nodiscard]] int compare_beginning(const cli_node &node) const {
+    const NameKey other = key_of(node.name) & mask_;
+    return key_ != other ? (key_ < other ? -1 : 1) : text_.size() <= kKeyBytes ? 0 : compare_rest(name_of(node));
+  }
+  [[nodiscard]] bool begins(const cli_node &node) const { return compare_beginning(node) == 0; }
+  [[nodiscard]] std::size_t size() const { return text_.size(); }
+
+ private:
+  [[nodiscard]] int compare_rest(std::string_view name) const {
+    return name_compare(text_, name.substr(0, text_.size()));
+  }
+
+  std::string_view text_;
+  NameKey key_;
+  NameKey mask_ = ~NameKey{0};  // of the bytes that the text has
+};
 
 // ---- Kinds ----
 
@@ -164,8 +226,9 @@ inline void list_init(cli_node_list &list) {
 // The word of exactly that name, or null.
 cli_node *find_choice(const cli_node_set &choices, std::string_view name);
 
-// The first word, in name order, that begins with the prefix; those that do follow it in a row.
-cli_node *first_choice_with_prefix(const cli_node_set &choices, std::string_view prefix);
+// The words that begin with the prefix stand in a row: the first of them, and the one after another; or null.
+cli_node *first_choice_with_prefix(const cli_node_set &choices, const WantedName &prefix);
+cli_node *next_choice_with_prefix(const cli_node &choice, const WantedName &prefix);
 
 cli_node *first_choice(const cli_node_set &choices);
 cli_node *next_choice(const cli_node &choice);

@@ -92,16 +92,12 @@ cli_node *select_candidate(parser &p) {
 
 // ---- Finding a word ----
 
-// The word of one node that the token names or abbreviates. Words that share a beginning stand in a row, a word of just
+// The word of one node that the text names or abbreviates. Words that share a beginning stand in a row, a word of just
 // that text first. False when two are abbreviated; *found is null when none is.
-bool find_word(const parser &p, const cli_node &node, std::string_view text, cli_node **found) {
+bool find_word(const parser &p, const cli_node_set &choices, const WantedName &text, cli_node **found) {
   *found = nullptr;
-  const cli_node_set *choices = choices_of(node);
-  if (choices == nullptr) {
-    return true;
-  }
-  for (cli_node *child = first_choice_with_prefix(*choices, text);
-       child != nullptr && begins_with(name_of(*child), text); child = next_choice(*child)) {
+  cli_node *child = first_choice_with_prefix(choices, text);
+  for (; child != nullptr; child = next_choice_with_prefix(*child, text)) {
     if (!is_visible(p, *child)) {
       continue;
     }
@@ -118,13 +114,16 @@ bool find_word(const parser &p, const cli_node &node, std::string_view text, cli
 }
 
 cli_node *lookup_next_choice(parser &p, cli_node *node, bool search_parents) {
-  const std::string_view text = p.current_token == nullptr ? std::string_view{} : text_of(*p.current_token);
   if (p.current_token == nullptr) {
     return nullptr;
   }
   for (; node != nullptr; node = search_parents ? cli_get_parent_subconfig(node) : nullptr) {
+    const cli_node_set *choices = choices_of(*node);
+    if (choices == nullptr || choices->root == nullptr) {
+      continue;
+    }
     cli_node *found = nullptr;
-    if (!find_word(p, *node, text, &found)) {
+    if (!find_word(p, *choices, WantedName(text_of(*p.current_token)), &found)) {
       record_error(p, E_AMBIGUOUS, p.current_token, node);
       return nullptr;
     }
@@ -183,8 +182,7 @@ class Run {
   }
 
   void accept(cli_node *node) {
-    marks_.use(*node);
-    marks_.bind(*node, p_.current_token);
+    marks_.use(*node, p_.current_token);
     p_.last_node = node;
     p_.current_token->node = node;
     p_.current_token = next_token(p_.current_token);
@@ -339,8 +337,9 @@ void collect_words(const parser &p, PtrVector *out, std::string_view prefix) {
   if (choices == nullptr) {
     return;
   }
-  cli_node *child = prefix.empty() ? first_choice(*choices) : first_choice_with_prefix(*choices, prefix);
-  for (; child != nullptr && begins_with(name_of(*child), prefix); child = next_choice(*child)) {
+  const WantedName wanted(prefix);
+  cli_node *child = first_choice_with_prefix(*choices, wanted);
+  for (; child != nullptr; child = next_choice_with_prefix(*child, wanted)) {
     if (is_visible(p, *child)) {
       libglobal::append(*out, child);
     }

@@ -122,9 +122,12 @@ int scan_sequence(parser &p, cli_node *container) {
 
 // Members in declaration order, each at most once; selective groups are matched alike.
 int lookup_candidate_container_sequential(parser &p, cli_node *container) {
+  if (container->used != 0 || container->container.required != 0) {
+    return scan_sequence(p, container);
+  }
   const parser_error before = *p.error;
   const int total = scan_sequence(p, container);
-  if (total == 0 && container->used == 0 && container->container.required == 0) {
+  if (total == 0) {
     *p.error = before;  // nobody asked for the group, so nobody is told what it lacks
   }
   return total;

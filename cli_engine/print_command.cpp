@@ -1,4 +1,6 @@
 // The notation in which nodes and matched lines are shown.
+#include <array>
+#include <cstring>
 #include <string_view>
 
 #include "cli_engine/display.hpp"
@@ -13,13 +15,28 @@ namespace {
 
 constexpr const char *kSource = "cli_engine/print_command";
 
-constexpr std::string_view kWordColour = "\033[32m";
-constexpr std::string_view kKeyColour = "\033[33m";
-constexpr std::string_view kValueColour = "\033[36m";
+using Colour = std::array<char, 5>;  // the sequence that turns it on
+
+constexpr Colour kWordColour{'\033', '[', '3', '2', 'm'};
+constexpr Colour kKeyColour{'\033', '[', '3', '3', 'm'};
+constexpr Colour kValueColour{'\033', '[', '3', '6', 'm'};
 constexpr std::string_view kReset = "\033[m";
 
-std::string_view colour_of(const cli_node &node) {
+const Colour &colour_of(const cli_node &node) {
   return node.type == TYPE_VALUE ? kValueColour : node.type == TYPE_KEY ? kKeyColour : kWordColour;
+}
+
+// Lines are echoed in colour: every byte of it is written once.
+void append_coloured(DynString &out, const Colour &colour, std::string_view text) {
+  const std::size_t size = colour.size() + text.size() + kReset.size();
+  char *at = libglobal::room_for(out, size);
+  std::memcpy(at, colour.data(), colour.size());
+  at += colour.size();
+  std::memcpy(at, text.data(), text.size());
+  at += text.size();
+  std::memcpy(at, kReset.data(), kReset.size());
+  at[kReset.size()] = '\0';
+  out.len += size;
 }
 
 void append_bounds(const validator &v, DynString &out) {
@@ -44,7 +61,27 @@ void append_enumeration(const json_t *entries, DynString &out) {
   }
 }
 
+// What a value takes: its bounds and its entries; returns their length.
+std::size_t append_syntax(const validator &v, DynString &out) {
+  const std::size_t before = out.len;
+  if ((v.flags & VALIDATOR_BOUNDED) != 0) {
+    append_bounds(v, out);
+  }
+  if ((v.flags & VALIDATOR_ENUM) != 0) {
+    append_enumeration(v.enum_array, out);
+  }
+  return out.len - before;
+}
+
 }  // namespace
+
+int visible_width(const cli_node &node, DynString &scratch) {
+  if (node.type != TYPE_VALUE) {
+    return static_cast<int>(node.name_len);
+  }
+  libglobal::clear(scratch);
+  return print_node(node, nullptr, scratch, false);
+}
 
 int print_node(const cli_node &node, const token *tok, DynString &out, bool colour) {
   const bool takes_token = node.type == TYPE_VALUE && tok != nullptr;
@@ -52,28 +89,22 @@ int print_node(const cli_node &node, const token *tok, DynString &out, bool colo
                                 : node.name == nullptr ? std::string_view{}
                                                        : name_of(node);
   libglobal::require(text.data() != nullptr && node.type != TYPE_CONTAINER, "output", kSource, "cli_print_node");
-  if (colour) {
-    libglobal::append(out, colour_of(node));
+  const bool is_alias = node.type == TYPE_ALIAS;
+  if (colour && !is_alias && (node.type != TYPE_VALUE || takes_token)) [[likely]] {
+    append_coloured(out, colour_of(node), text);
+    return static_cast<int>(text.size());
   }
   std::size_t width = text.size();
-  if (node.type == TYPE_ALIAS) {
-    libglobal::append(out, '*');
+  if (colour) {
+    libglobal::append(out, {colour_of(node).data(), colour_of(node).size()});
   }
-  libglobal::append(out, text);
-  if (node.type == TYPE_ALIAS) {
-    libglobal::append(out, '=');
-    libglobal::append(out, node.alias.alias);
+  if (is_alias) {
+    libglobal::append_all(out, "*", text, "=", node.alias.alias);
+  } else {
+    libglobal::append(out, text);
   }
-  if (node.type == TYPE_VALUE && tok == nullptr) {
-    const std::size_t before = out.len;
-    const validator &v = node.value.validator;
-    if ((v.flags & VALIDATOR_BOUNDED) != 0) {
-      append_bounds(v, out);
-    }
-    if ((v.flags & VALIDATOR_ENUM) != 0) {
-      append_enumeration(v.enum_array, out);
-    }
-    width += out.len - before;
+  if (node.type == TYPE_VALUE && !takes_token) {
+    width += append_syntax(node.value.validator, out);
   }
   if (colour) {
     libglobal::append(out, kReset);

@@ -1,8 +1,9 @@
 // Assembling the prompt and choosing among the variants of a "#prompt".
 #include "cli_engine/prompt.hpp"
 
-#include <cstdio>
+#include <array>
 #include <cstring>
+#include <iterator>
 #include <span>
 
 #include "cli_engine/json_ref.hpp"
@@ -33,6 +34,13 @@ void set_part(std::span<char> part, const char *text) {
   part[length] = '\0';
 }
 
+// A part of the prompt, put where the one before ended; returns its end.
+char *put_part(char *at, std::span<const char> part) {
+  const std::size_t length = strnlen(part.data(), part.size());
+  std::memcpy(at, part.data(), length);
+  return at + length;
+}
+
 void check_variants(const json_t *prompt, const char *name, const char *function) {
   const std::size_t size = json_array_size(prompt);
   for (std::size_t i = 0; i < size; i++) {
@@ -48,12 +56,18 @@ void check_variants(const json_t *prompt, const char *name, const char *function
 namespace cli_engine {
 
 void refresh_prompt(cli *engine) {
-  char text[kModeText + 1] = "";
+  std::array<char, kModeText + 1> text{};
   if (json_t *prompt = engine->current->subconfig.prompt) {
     const char *value = cli_select_prompt(engine, prompt, engine->current->name);
-    std::snprintf(text, sizeof text, "(%s)", value == nullptr ? "" : value);  // a reload does not check all variants
+    // A reload does not check all variants: one may lack its value.
+    const std::size_t length = value == nullptr ? 0 : strnlen(value, kModeText - 1);
+    text[0] = '(';
+    std::memcpy(&text[1], value == nullptr ? "" : value, length);
+    if (length + 1 < kModeText) {
+      text[length + 1] = ')';
+    }
   }
-  cli_set_prompt(engine, nullptr, nullptr, text, 0);
+  cli_set_prompt(engine, nullptr, nullptr, text.data(), 0);
 }
 
 }  // namespace cli_engine
@@ -71,8 +85,15 @@ void cli_set_prompt(cli *engine, const char *host, const char *name, const char 
   if (end != 0) {
     engine->prompt_end = end;
   }
-  std::snprintf(engine->prompt_text, sizeof engine->prompt_text, "%s%s%s%c ", engine->prompt_host, engine->prompt_name,
-                engine->prompt_mode, engine->prompt_end);
+  static_assert(sizeof engine->prompt_text > sizeof engine->prompt_host + sizeof engine->prompt_name +
+                                                 sizeof engine->prompt_mode + std::size("> "),
+                "all parts fit");
+  char *at = put_part(engine->prompt_text, engine->prompt_host);
+  at = put_part(at, engine->prompt_name);
+  at = put_part(at, engine->prompt_mode);
+  *at++ = engine->prompt_end;
+  *at++ = ' ';
+  *at = '\0';
 }
 
 const char *cli_select_prompt(cli *engine, json_t *prompt, const char *name) {

@@ -1,6 +1,7 @@
 #include "cli_engine/tokenizer.hpp"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -38,6 +39,33 @@ constexpr std::array<std::uint8_t, 256> kMeanings = [] {
 
 constexpr std::uint8_t meaning(char c) {
   return kMeanings[static_cast<unsigned char>(c)];
+}
+
+// ---- Ordinary bytes, eight at a time ----
+
+constexpr std::size_t kBlock = sizeof(std::uint64_t);
+
+// The first byte, in memory order, of which the high bit is set; kBlock when there is none.
+std::size_t first_marked(std::uint64_t marks) {
+  if (marks == 0) {
+    return kBlock;
+  }
+  return static_cast<std::size_t>(std::endian::native == std::endian::little ? std::countr_zero(marks)
+                                                                             : std::countl_zero(marks)) /
+         8;
+}
+
+// Copies a block and tells how many of its bytes, from the first one on, certainly mean nothing special. Everything
+// that does is below '(' or a backslash. A borrow may mark an ordinary byte as well: that costs another look at it.
+std::size_t copy_block(char *to, const char *from) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  std::uint64_t block = 0;
+  std::memcpy(&block, from, kBlock);
+  std::memcpy(to, &block, kBlock);
+  const std::uint64_t no_backslash = block ^ ('\\' * kOnes);
+  const std::uint64_t below = (block - '(' * kOnes) & ~block;
+  const std::uint64_t backslashes = (no_backslash - kOnes) & ~no_backslash;
+  return first_marked((below | backslashes) & (0x80 * kOnes));
 }
 
 // The bytes that end a run of ordinary text.
@@ -111,6 +139,19 @@ class Scanner {
   const char *copy_ordinary(const char *at, const char *stop) {
     const std::uint8_t stops = quote_ == '\0' ? kStopsOutside : kStopsInQuotes;
     char *end = end_;
+    while (static_cast<std::size_t>(stop - at) >= kBlock) {
+      const std::size_t ordinary = copy_block(end, at);
+      at += ordinary;
+      end += ordinary;
+      if (ordinary == kBlock) {
+        continue;
+      }
+      if ((meaning(*at) & stops) != 0) {
+        end_ = end;
+        return at;
+      }
+      *end++ = *at++;
+    }
     while (at != stop && (meaning(*at) & stops) == 0) {
       *end++ = *at++;
     }

@@ -34,6 +34,23 @@ inline void append(DynString &s, std::string_view text) {
   s.len += text.size();
 }
 
+// Several texts, room for which is made in one step.
+template <class... Texts>
+inline void append_all(DynString &s, const Texts &...texts) {
+  const std::string_view views[] = {texts...};
+  std::size_t size = 0;
+  for (const std::string_view view : views) {
+    size += view.size();
+  }
+  char *end = room_for(s, size);
+  for (const std::string_view view : views) {
+    view.copy(end, view.size());
+    end += view.size();
+  }
+  *end = '\0';
+  s.len += size;
+}
+
 inline void append(DynString &s, char c) {
   char *end = room_for(s, 1);
   end[0] = c;

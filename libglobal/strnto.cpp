@@ -1,12 +1,23 @@
 #include "libglobal/strnto.h"
 
-#include <charconv>
+#include <cstdint>
 #include <string_view>
 
 namespace {
 
 bool has_hex_prefix(std::string_view text) {
   return text.size() >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+}
+
+// 36 or more for what is no digit in any base.
+unsigned digit_value(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  const unsigned decimal = byte - unsigned{'0'};
+  if (decimal < 10) {
+    return decimal;
+  }
+  const unsigned letter = (byte | 0x20U) - unsigned{'a'};
+  return letter < 26 ? letter + 10 : 36;
 }
 
 // The digits of an unsigned number up to `limit`; the base is 0, 10 or 16.
@@ -20,13 +31,19 @@ bool convert_digits(std::string_view text, int base, std::uint64_t limit, std::u
   } else if (base == 0) {
     base = !text.empty() && text[0] == '0' ? 8 : 10;
   }
-  std::uint64_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
-  if (error != std::errc{} || end != text.data() + text.size() || value > limit) {
-    return false;
+  std::uint64_t value = 0;  // never beyond 16 times the limit, which has 32 bits
+  for (const char c : text) {
+    const unsigned digit = digit_value(c);
+    if (digit >= static_cast<unsigned>(base)) {
+      return false;
+    }
+    value = value * static_cast<unsigned>(base) + digit;
+    if (value > limit) {
+      return false;
+    }
   }
   *out = value;
-  return true;
+  return !text.empty();
 }
 
 int convert_signed(const char *text, std::size_t len, int base, std::int32_t *out) {
