@@ -24,17 +24,24 @@ install(FILES ${PROJECT_BINARY_DIR}/cli_engine-config.cmake ${PROJECT_BINARY_DIR
         DESTINATION ${package_dir} COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/cli_engine.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-install(FILES ${PROJECT_SOURCE_DIR}/docs/man/cli_engine.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3
-        COMPONENT development)
+# Compressed, as Debian wants it.
+function(install_manual page component)
+  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS docs/man/${page})
+  execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/docs/man/${page} OUTPUT_FILE ${PROJECT_BINARY_DIR}/${page}.gz)
+  cmake_path(GET page EXTENSION LAST_ONLY section)
+  string(REPLACE "." "man" folder ${section})
+  install(FILES ${PROJECT_BINARY_DIR}/${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/${folder} COMPONENT ${component})
+endfunction()
+
+install_manual(cli_engine.3 development)
 if(TARGET cli-shell)
   install(TARGETS cli-shell RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT shell)
   install(FILES ${PROJECT_SOURCE_DIR}/cli_shell/plugin.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/cli_shell
           COMPONENT development)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/cli-shell/schema COMPONENT shell
-          FILES_MATCHING PATTERN "*.schema.json")
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/cli-shell.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT shell)
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/cli-definition.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5
-          COMPONENT shell)
+  file(GLOB schemas CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/schema/*.schema.json)
+  install(FILES ${schemas} DESTINATION ${CMAKE_INSTALL_DATADIR}/cli-shell/schema COMPONENT shell)
+  install_manual(cli-shell.1 shell)
+  install_manual(cli-definition.5 shell)
 endif()
 
 # ---- Debian packages ----
@@ -54,27 +61,32 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/cli_engine)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/without_scripts.cmake)
 
 set(runtime_package libcli-engine${CLI_ENGINE_SOVERSION})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Command-line engine for network devices (library)
- A host program declares a command language in a JSON document and feeds the library one line at a time.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_MULTIARCH same)
+# What packages built against the library depend on, and the cache of the dynamic linker.
+file(WRITE ${PROJECT_BINARY_DIR}/shlibs
+     "libcli_engine ${CLI_ENGINE_SOVERSION} ${runtime_package} (>= ${PROJECT_VERSION})\n")
+file(WRITE ${PROJECT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/shlibs ${PROJECT_BINARY_DIR}/triggers)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library: a host program declares a command language in
+ a JSON document and feeds the library one line at a time.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libcli-engine-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${runtime_package} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), libjansson-dev")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Command-line engine for network devices (development files)
- Headers, static library, CMake package and pkg-config file.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, static library, CMake package, pkg-config file and manual.")
 set(CPACK_DEBIAN_SHELL_PACKAGE_NAME cli-shell)
 set(CPACK_DEBIAN_SHELL_PACKAGE_SECTION shells)
 set(CPACK_DEBIAN_SHELL_PACKAGE_DEPENDS
     "${runtime_package} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_DEBIAN_SHELL_PACKAGE_RECOMMENDS less)
-set(CPACK_COMPONENT_SHELL_DESCRIPTION "Shell for command languages of network devices
- Runs, checks, previews and tests languages for libcli_engine.")
+set(CPACK_COMPONENT_SHELL_DESCRIPTION "cli-shell, a host for every command language of libcli_engine, with
+ the schemas and the manual of the documents that declare one.")
 
 foreach(part IN ITEMS runtime:${runtime_package} development:libcli-engine-dev shell:cli-shell)
   string(REPLACE ":" ";" part ${part})

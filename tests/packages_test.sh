@@ -1,0 +1,50 @@
+#!/bin/bash
+# Makes the Debian packages of a build, installs them into a scratch root, uses them there and removes them again.
+#   packages_test.sh BUILD_DIR SOURCE_DIR
+# Exit status 77 when this machine cannot do that.
+set -euo pipefail
+build=$1 source=$2
+
+fail() { echo "$*" >&2 && exit 1; }
+for tool in dpkg-deb dpkg-shlibdeps file cpack; do
+  command -v $tool >/dev/null || { echo "skipped: there is no $tool" && exit 77; }
+done
+[ "$(id -u)" = 0 ] || { echo "skipped: dpkg wants to be root" && exit 77; }
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+packages=$scratch/packages root=$scratch/root
+cpack -G DEB --config "$build/CPackConfig.cmake" -B "$packages" >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"
+[ "$(ls "$packages"/*.deb | wc -l)" = 3 ] || fail "there are not three packages: $(ls "$packages")"
+
+if command -v lintian >/dev/null; then
+  lintian --fail-on error "$packages"/*.deb || fail "lintian found errors"
+fi
+
+# The root knows what this machine has of the packages that ours need, and no more: dpkg says what else they ask for.
+mkdir -p "$root/var/lib/dpkg/updates" "$root/var/lib/dpkg/info" "$root/tmp"
+for package in libc6 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libedit2; do
+  dpkg-query -s "$package" && echo
+done >"$root/var/lib/dpkg/status"
+in_root() { dpkg --root="$root" --force-bad-path --log="$scratch/dpkg.log" "$@" >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"; }
+in_root --install "$packages"/*.deb
+for package in libcli-engine0 libcli-engine-dev cli-shell; do
+  dpkg-query --admindir="$root/var/lib/dpkg" -W -f '${db:Status-Status}\n' $package | grep -qx installed || fail "$package"
+done
+
+libraries=$(dirname "$(find "$root/usr/lib" -name libcli_engine.so)")
+export LD_LIBRARY_PATH=$libraries
+"$root/usr/bin/cli-shell" --version | grep -q "^cli-shell [0-9]" || fail "cli-shell does not run"
+echo '{"quit": {"#help": "Leave", "#handler": "cli_shell_exit"}}' >"$scratch/tiny.json"
+[ "$("$root/usr/bin/cli-shell" --color=never -c quit "$scratch/tiny.json")" = "quit " ] || fail "a language does not run"
+
+cp "$source/tests/consumer/host.c" "$source/tests/consumer/plugin.c" "$scratch"
+flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs cli_engine)
+cc -std=c11 -Wall -Werror -rdynamic "$scratch/host.c" $flags -o "$scratch/host"
+cc -std=c11 -Wall -Werror -shared -fPIC "$scratch/plugin.c" $flags -o "$scratch/libplugin.so"
+"$scratch/host" "$scratch/libplugin.so" | grep -qx "Hello world from C" || fail "a host does not run"
+
+in_root --purge cli-shell libcli-engine-dev libcli-engine0
+left=$(find "$root" -path "$root/var" -prune -o ! -type d -print)
+[ -z "$left" ] || fail "left behind: $left"
+echo "three packages installed, used and removed"
