@@ -52,7 +52,8 @@ def output_of(sample, folder, compiler):
     done = subprocess.run([binary], cwd=folder, input=sample.input, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                           text=True, timeout=60)
     status = f"(exit status {done.returncode})\n" if done.returncode != 0 else ""
-    return re.sub(r"\033\[[0-9;]*m", "", done.stdout) + status
+    output = re.sub(r"\033\[[0-9;]*m", "", done.stdout) + status
+    return output if output.endswith("\n") else output + "\n"
 
 
 def check(page, compiler, update):
