@@ -239,6 +239,9 @@ class Run {
   cli_node *expand(cli_node *alias, cli_node *node) {
     expansions_++;
     token *const old = p_.current_token;
+    if (p_.error->token == old) {
+      p_.error->token = nullptr;  // blamed by a group that was given up; its record is about to be released
+    }
     token *const next = tokenizer_replace(old->tokenizer, &alias->alias.alias_tokens, old);
     // After an alias that stands for nothing, this may be the word still being typed, which no line contains yet.
     p_.current_token = t_.stop_at_cursor != 0 && next == t_.cursor_token ? nullptr : next;
