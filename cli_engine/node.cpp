@@ -195,12 +195,12 @@ char *copy_text(const char *text, std::size_t length, const libglobal::Caller &c
   return static_cast<char *>(libglobal::xmemdup(text, length + 1, caller));
 }
 
-// With at least the bytes that a key is read from.
+// With at least the bytes that keys are read from.
 char *copy_name(const char *name, std::size_t length, const libglobal::Caller &caller) {
-  if (length >= kKeyBytes) {
+  if (length >= kNameBytes) {
     return copy_text(name, length, caller);
   }
-  auto *copy = static_cast<char *>(libglobal::xcalloc(1, kKeyBytes, caller));
+  auto *copy = static_cast<char *>(libglobal::xcalloc(1, kNameBytes, caller));
   std::memcpy(copy, name, length);
   return copy;
 }

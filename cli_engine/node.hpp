@@ -74,15 +74,17 @@ inline bool same_name(std::string_view a, std::string_view b) {
   return a.size() == b.size() && begins_with(a, b);
 }
 
-// The first bytes of a text without regard to case, as a number: numbers are in the order of the bytes. A shorter text
-// counts as ended by NULs, which come before everything else.
+// Eight bytes of a text without regard to case, as a number: numbers are in the order of the bytes. A text that is
+// shorter counts as continued by NULs, which come before everything else.
 using NameKey = std::uint64_t;
 inline constexpr std::size_t kKeyBytes = sizeof(NameKey);
 
-// The key of a name in the tree, which is stored in at least so many bytes.
-inline NameKey key_of(const char *name) {
+// Names in the tree are stored in at least so many bytes, so that two keys can be read from each.
+inline constexpr std::size_t kNameBytes = 2 * kKeyBytes;
+
+inline NameKey key_of(const char *text) {
   NameKey bytes = 0;
-  std::memcpy(&bytes, name, kKeyBytes);
+  std::memcpy(&bytes, text, kKeyBytes);
   if constexpr (std::endian::native == std::endian::little) {
     bytes = __builtin_bswap64(bytes);
   }
@@ -95,44 +97,61 @@ inline NameKey key_of(const char *name) {
   return bytes | upper >> 2;  // bit 5 makes a letter a small one
 }
 
-// A text that is looked for among the names of the tree. Most names are told from it by their keys.
+// A text that is looked for among the names of the tree. All but long names are told from it by their keys.
 class WantedName {
  public:
   explicit WantedName(std::string_view text) : text_(text) {
-    if (text.size() >= kKeyBytes) {
-      key_ = key_of(text.data());
+    const std::size_t size = text.size();
+    if (size < kKeyBytes) {
+      for (std::size_t i = 0; i < kKeyBytes; i++) {
+        first_ = first_ << 8 | (i < size ? fold(text[i]) : 0);
+      }
+      first_mask_ = ~(~NameKey{0} >> (8 * size));
       return;
     }
-    std::array<char, kKeyBytes> start{};
-    for (std::size_t i = 0; i < text.size(); i++) {
-      start[i] = text[i];
+    first_ = key_of(text.data());
+    first_mask_ = ~NameKey{0};
+    if (size > kKeyBytes) {
+      const std::size_t seen = size < kNameBytes ? size : kNameBytes;
+      const std::size_t absent = 8 * (kNameBytes - seen);
+      second_ = key_of(text.data() + seen - kKeyBytes) << absent;
+      second_mask_ = ~NameKey{0} << absent;
     }
-    key_ = key_of(start.data());
-    mask_ = ~(~NameKey{0} >> (8 * text.size()));
   }
 
   // Less than 0 when the text comes before the name, 0 when they are equal.
   [[nodiscard]] int compare(const cli_node &node) const {
-    const NameKey other = key_of(node.name);
-    return key_ != other ? (key_ < other ? -1 : 1) : name_compare(text_, name_of(node));
+    if (const NameKey other = key_of(node.name); first_ != other) {
+      return first_ < other ? -1 : 1;
+    }
+    if (const NameKey other = key_of(node.name + kKeyBytes); second_ != other) {
+      return second_ < other ? -1 : 1;
+    }
+    return name_compare(text_, name_of(node));
   }
 
   // The same with the beginning of the name, as far as the text goes.
   [[nodiscard]] int compare_beginning(const cli_node &node) const {
-    const NameKey other = key_of(node.name) & mask_;
-    return key_ != other ? (key_ < other ? -1 : 1) : text_.size() <= kKeyBytes ? 0 : compare_rest(name_of(node));
+    if (const NameKey other = key_of(node.name) & first_mask_; first_ != other) {
+      return first_ < other ? -1 : 1;
+    }
+    if (text_.size() <= kKeyBytes) {
+      return 0;
+    }
+    if (const NameKey other = key_of(node.name + kKeyBytes) & second_mask_; second_ != other) {
+      return second_ < other ? -1 : 1;
+    }
+    return text_.size() <= kNameBytes ? 0 : name_compare(text_, name_of(node).substr(0, text_.size()));
   }
   [[nodiscard]] bool begins(const cli_node &node) const { return compare_beginning(node) == 0; }
   [[nodiscard]] std::size_t size() const { return text_.size(); }
 
  private:
-  [[nodiscard]] int compare_rest(std::string_view name) const {
-    return name_compare(text_, name.substr(0, text_.size()));
-  }
-
   std::string_view text_;
-  NameKey key_;
-  NameKey mask_ = ~NameKey{0};  // of the bytes that the text has
+  NameKey first_ = 0;
+  NameKey second_ = 0;
+  NameKey first_mask_ = 0;  // of the bytes that the text has
+  NameKey second_mask_ = 0;
 };
 
 // ---- Kinds ----
