@@ -11,6 +11,7 @@ namespace cli_shell {
 namespace {
 
 constexpr std::string_view kTab = "<tab>";
+constexpr std::string_view kFurtherLines = "...";
 
 std::string without_blanks_at_end(std::string_view line) {
   const size_t last = line.find_last_not_of(" \t\r");
@@ -159,6 +160,11 @@ class Expectation {
   std::unique_ptr<Pattern> pattern_;
 };
 
+// Only as many lines count as stand before the "...".
+bool is_open_ended(const Script &script, const Step &step) {
+  return !step.expected.empty() && without_blanks_at_end(script.lines[step.expected.back()]) == kFurtherLines;
+}
+
 // The longest common part of what is expected and what was printed, by lengths of the common parts of their ends.
 class Alignment {
  public:
@@ -187,11 +193,21 @@ Script read_script(const std::string &path, const Options &given) {
 }
 
 std::string expectation_of(const std::string &output) {
-  const bool is_marked = is_input(output) || is_comment(output) || output.starts_with('~') || output.starts_with('\\');
+  const bool is_marked = is_input(output) || is_comment(output) || output == kFurtherLines || output.starts_with('~') ||
+                         output.starts_with('\\');
   return is_marked ? '\\' + output : output;
 }
 
 std::vector<Difference> compare(const Script &script, const Step &step, const std::vector<std::string> &output) {
+  if (is_open_ended(script, step)) {
+    Step closed = step;
+    closed.expected.pop_back();
+    const auto compared = static_cast<std::ptrdiff_t>(std::min(closed.expected.size(), output.size()));
+    std::vector<Difference> differences = compare(script, closed, {output.begin(), output.begin() + compared});
+    differences.push_back({Difference::Kind::kSame, step.expected.back(), ""});
+    return differences;
+  }
+
   std::vector<Expectation> expected;
   for (const size_t line : step.expected) expected.emplace_back(script, line);
 

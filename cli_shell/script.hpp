@@ -17,10 +17,11 @@
 //     shutdown
 //
 // A line that begins with "> " is typed; ">" alone is an empty line, "> [" is the heading of a help listing and no
+// A line that begins with "> " is typed; ">" alone is an empty line, "> [" is the heading of a help listing and no
 // input. A final "?" asks for help, a final "<tab>" for completion. What follows, up to the next typed line, is
-// expected: literally, or behind "~" as an extended regular expression for the whole line. Colours, and blanks at the
-// end of a line, are not compared; neither are empty lines at the end. A line that begins with "#" is a comment, and
-// "\" before the first character takes that line literally.
+// expected: literally, or behind "~" as an extended regular expression for the whole line; "..." at the end stands for
+// all further lines. Colours, and blanks at the end of a line, are not compared; neither are empty lines at the end. A
+// line that begins with "#" is a comment, and "\" before the first character takes that line literally.
 #ifndef CLI_SHELL_SCRIPT_HPP
 #define CLI_SHELL_SCRIPT_HPP
 

@@ -71,7 +71,7 @@ void run_steps(const Script &script, const Documents &documents, MemoryFile &cap
   try {
     run_steps(script, documents, captured, answers);
   } catch (const std::exception &error) {
-    say_on_standard_error(script.path + ": " + error.what());
+    write_all(captured.descriptor(), error.what());
     status = kCannotRun;
   }
   _exit(status);
@@ -127,7 +127,8 @@ std::vector<std::vector<std::string>> run_session(const Script &script) {
   for (const std::string &answer : split_answers(answers.contents())) outputs.push_back(output_lines(answer));
   if (outputs.empty()) {
     const std::vector<std::string> said = output_lines(captured.contents());
-    throw UserError(script.path + ": the language cannot be loaded" + (said.empty() ? "" : ": " + said.back()));
+    throw UserError(script.path +
+                    ": the language cannot be loaded: " + (said.empty() ? untimely_end(status) : said.back()));
   }
   outputs.erase(outputs.begin());  // of the start
   if (outputs.size() < script.steps.size()) {
