@@ -88,10 +88,10 @@ set(CPACK_DEBIAN_SHELL_PACKAGE_RECOMMENDS less)
 set(CPACK_COMPONENT_SHELL_DESCRIPTION "cli-shell, a host for every command language of libcli_engine, with
  the schemas and the manual of the documents that declare one.")
 
-foreach(part IN ITEMS runtime:${runtime_package} development:libcli-engine-dev shell:cli-shell)
-  string(REPLACE ":" ";" part ${part})
-  list(GET part 0 component)
-  list(GET part 1 package)
+foreach(row IN ITEMS runtime:${runtime_package} development:libcli-engine-dev shell:cli-shell)
+  string(REPLACE ":" ";" row ${row})
+  list(GET row 0 component)
+  list(GET row 1 package)
   install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
           COMPONENT ${component})
   install(FILES ${PROJECT_BINARY_DIR}/changelog.Debian.gz DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
