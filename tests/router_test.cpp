@@ -470,8 +470,8 @@ TEST_F(RouterTest, RulesAreNumbered) {
                                    " rule 15 deny tcp host 10.0.0.1 eq 80 any range 1 9 log",
                                    " rule 20 deny udp 10.0.0.0/8 any", " exit", "!", "end"));
   EXPECT_THAT(session.run("show access-lists"),
-              HasSubstr("15  \x1b[;31mdeny  \x1b[0m  tcp       host 10.0.0.1  any        log    \n"
-                        "    \x1b[;31m      \x1b[0m            eq 80          range 1 9         \n"));
+              HasSubstr("15  \x1b[;31mdeny tcp \x1b[0m  host 10.0.0.1  any          log    \n"
+                        "    \x1b[;31m         \x1b[0m  eq 80          range 1 9           \n"));
   session.run_all({"configure", "ip access-list A", "resequence 100 5", "end"});
   EXPECT_THAT(session.script(), testing::Contains(" rule 110 deny udp 10.0.0.0/8 any"));
 }
