@@ -7,10 +7,12 @@
 #include "cli_engine/line.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/parser.hpp"
+#include "libglobal/report.hpp"
 
 namespace cli_engine {
 namespace {
 
+constexpr const char *kSource = "cli_engine/interactive";
 constexpr const char *kUnrecognized = "% Unrecognized input";
 constexpr std::size_t kScreenWidth = 80;
 
@@ -121,7 +123,11 @@ class Completions {
     libglobal::clear(text_);
     libglobal::append(text_, word);
     libglobal::append(text_, ' ');
-    json_array_append_new(result_, json_stringn(text_.data, text_.len));
+    // The document's texts are UTF-8 already: what is left to fail is memory.
+    json_t *const completion = json_stringn_nocheck(text_.data, text_.len);
+    if (completion == nullptr || (json_array_append_new(result_, completion) != 0 && json_is_array(result_))) {
+      libglobal::report_exhausted(LIBGLOBAL_CALLER(kSource));
+    }
   }
 
   void add_entries(const json_t *enumeration, std::string_view prefix) {
@@ -130,8 +136,8 @@ class Completions {
       const json_t *entry = json_array_get(enumeration, i);
       if (json_is_string(entry)) {
         add_if_begins({json_string_value(entry), json_string_length(entry)}, prefix);
-      } else if (const JsonText text{json_dumps(entry, JSON_ENCODE_ANY)}) {
-        add_if_begins(text.get(), prefix);
+      } else {
+        add_if_begins(encoded(entry).get(), prefix);
       }
     }
   }
@@ -145,6 +151,14 @@ class Completions {
   void clear() { json_array_clear(result_); }
 
  private:
+  static JsonText encoded(const json_t *entry) {
+    JsonText text{json_dumps(entry, JSON_ENCODE_ANY)};
+    if (text == nullptr) {
+      libglobal::report_exhausted(LIBGLOBAL_CALLER(kSource));
+    }
+    return text;
+  }
+
   DynString &text_;
   json_t *result_;
 };

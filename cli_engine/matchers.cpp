@@ -10,10 +10,13 @@
 #include <utility>
 
 #include "libglobal/dyn_string.hpp"
+#include "libglobal/report.hpp"
 #include "libglobal/strnto.h"
 
 namespace cli_engine {
 namespace {
+
+constexpr const char *kSource = "cli_engine/validator";
 
 bool is_digit(char c) {
   return c >= '0' && c <= '9';
@@ -184,12 +187,14 @@ Likeness likeness(std::string_view entry, std::string_view text) {
 struct EncodingComparison {
   std::string_view rest;  // of the text, not yet met
   bool longer = false;
+  bool differs = false;
 };
 
 int compare_piece(const char *piece, std::size_t size, void *state) {
   auto &comparison = *static_cast<EncodingComparison *>(state);
   const std::size_t common = std::min(size, comparison.rest.size());
   if (std::string_view{piece, common} != comparison.rest.substr(0, common)) {
+    comparison.differs = true;
     return -1;
   }
   comparison.rest.remove_prefix(common);
@@ -199,7 +204,10 @@ int compare_piece(const char *piece, std::size_t size, void *state) {
 
 Likeness encoding_likeness(const json_t *entry, std::string_view text) {
   EncodingComparison comparison{text};
-  if (json_dump_callback(entry, compare_piece, &comparison, JSON_ENCODE_ANY) != 0 || !comparison.rest.empty()) {
+  if (json_dump_callback(entry, compare_piece, &comparison, JSON_ENCODE_ANY) != 0 && !comparison.differs) {
+    libglobal::report_exhausted(LIBGLOBAL_CALLER(kSource));
+  }
+  if (comparison.differs || !comparison.rest.empty()) {
     return Likeness::kNone;
   }
   return comparison.longer ? Likeness::kLonger : Likeness::kEqual;
@@ -435,7 +443,9 @@ void append_enum_entry(DynString &out, const json_t *entry) {
     libglobal::append(*static_cast<DynString *>(to), {piece, size});
     return 0;
   };
-  json_dump_callback(entry, append_piece, &out, JSON_ENCODE_ANY);
+  if (json_dump_callback(entry, append_piece, &out, JSON_ENCODE_ANY) != 0) {
+    libglobal::report_exhausted(LIBGLOBAL_CALLER(kSource));
+  }
 }
 
 int validator_check(const validator *v, const char *text, std::size_t len) {

@@ -24,10 +24,14 @@ void log_assert_fmt(const char *expression, const char *source, const char *func
 namespace libglobal {
 namespace {
 
+[[noreturn]] void report(const char *wrapper, const char *format_name, const Caller &caller) {
+  log_assert_fmt("pointer != NULL", caller.source, wrapper, "%s failed at func %s:%zu (%s)", format_name,
+                 caller.function, caller.line, caller.source);
+}
+
 void *checked(void *pointer, const char *wrapper, const char *format_name, const Caller &caller) {
   if (pointer == nullptr) [[unlikely]] {
-    log_assert_fmt("pointer != NULL", caller.source, wrapper, "%s failed at func %s:%zu (%s)", format_name,
-                   caller.function, caller.line, caller.source);
+    report(wrapper, format_name, caller);
   }
   return pointer;
 }
@@ -56,6 +60,10 @@ void *xmemdup(const void *from, std::size_t size, const Caller &caller) {
     std::memcpy(copy, from, size);
   }
   return copy;
+}
+
+void report_exhausted(const Caller &caller) {
+  report("_xmalloc", "xmalloc", caller);
 }
 
 }  // namespace libglobal

@@ -29,6 +29,9 @@ struct Caller {
 [[nodiscard]] void *xrealloc(void *block, std::size_t size, const Caller &caller);
 [[nodiscard]] void *xmemdup(const void *from, std::size_t size, const Caller &caller);
 
+// Reports memory that Jansson did not get on behalf of the caller.
+[[noreturn]] void report_exhausted(const Caller &caller);
+
 // For the standard containers: their growth is reported like every other allocation and never throws.
 template <class T>
 struct ReportingAllocator {

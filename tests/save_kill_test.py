@@ -1,0 +1,55 @@
+"""A router killed at any moment while it saves: the file is the old or the new one, whole."""
+
+import os
+import random
+import subprocess
+import tempfile
+import time
+import unittest
+
+ROUTER = [os.environ["CLI_SHELL"], "--handlers", os.environ["ROUTER_HANDLERS"], "--level", "15", "--privileges",
+          os.environ["ROUTER"] + "/privileges.json", os.environ["ROUTER"] + "/router.json"]
+ROUNDS = 200
+NAMES = ("one", "another")
+VLANS = "configure terminal\n" + "".join(f"vlan {number}\n" for number in range(2, 1000)) + "end\n"
+SAVE = "configure terminal\nhostname {}\nend\ncopy running-config startup-config\n"
+
+
+class Save(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.startup = folder.name + "/startup-config"
+        self.commands = folder.name + "/commands"
+
+    def start(self, commands):
+        with open(self.commands, "w", encoding="utf-8") as file:
+            file.write(commands)
+        with open(self.commands, encoding="utf-8") as file:
+            return subprocess.Popen(ROUTER, stdin=file, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+                                    env={**os.environ, "ROUTER_STARTUP_CONFIG": self.startup})
+
+    def saved(self):
+        with open(self.startup, encoding="utf-8") as file:
+            return file.read()
+
+    def test_killed_at_any_moment(self):
+        whole = {}
+        for name in NAMES:
+            self.start(VLANS + SAVE.format(name)).communicate(timeout=60)
+            whole[self.saved()] = name
+        self.assertEqual(sorted(whole.values()), sorted(NAMES))
+        chance = random.Random(1)
+        seen = []
+        for _ in range(ROUNDS):
+            with self.start("".join(SAVE.format(name) for name in NAMES * 50)) as router:
+                while not router.stdout.readline().startswith("Saved to"):
+                    pass
+                time.sleep(chance.uniform(0, 0.01))
+                router.kill()
+            seen.append(whole.get(self.saved(), "torn"))
+        self.assertEqual(set(seen), set(NAMES))
+
+
+if __name__ == "__main__":
+    unittest.main()
