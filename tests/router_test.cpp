@@ -217,7 +217,7 @@ void visit_definitions(Visit &visit, json_t *commands, const std::string &path) 
       if (entered->definition != definition) continue;  // refused
       visit_definitions(visit, json_object_get(definition, "#commands"), "");
       visit.session.execute("exit");
-      if (words == "configure") break;
+      if (words == "configure terminal") break;
     }
     if (!is_mode) visit_definitions(visit, json_object_get(definition, "#commands"), words + ' ');
   }
@@ -234,7 +234,7 @@ void visit_commands(Visit &visit, json_t *commands, const std::string &path) {
 void configure_everything(Session &session) {
   session.run("configure terminal");
   for (int vlan = 10; vlan < 20; ++vlan) session.run_all({"vlan " + std::to_string(vlan), "exit"});
-  json_t *configure = json_object_get(session.definitions(), "configure");
+  json_t *configure = json_object_get(session.definitions(), "configure terminal");
   const Json commands(json_copy(json_object_get(configure, "#commands")), json_decref);
   json_object_del(commands.get(), "no");
   // Modes hold "no" forms too, which would take away what was just set.
@@ -275,7 +275,7 @@ TEST_F(RouterTest, NoFormsTakeEverythingAway) {
   Session session;
   configure_everything(session);
   session.run("configure terminal");
-  json_t *commands = json_object_get(json_object_get(session.definitions(), "configure"), "#commands");
+  json_t *commands = json_object_get(json_object_get(session.definitions(), "configure terminal"), "#commands");
   Visit visit{session, true};
   for (int pass = 0; pass < 2; ++pass) {  // VLANs go when the interfaces that use them are gone
     visit_commands(visit, json_object_get(json_object_get(commands, "no"), "#commands"), "no ");
@@ -290,7 +290,7 @@ TEST_F(RouterTest, ValuesOfAnyBytesAreReadBack) {
                                 "\"",        "\\",        " ",          "\r"};
   for (const std::string &text : kTexts) {
     Session session;
-    session.run_all({"configure", "vlan 7", "name " + router::quoted(text), "end"});
+    session.run_all({"configure terminal", "vlan 7", "name " + router::quoted(text), "end"});
     const std::vector<std::string> lines = session.script();
     const router::Entry *vlan = router::router_of(session.engine()).configuration.find("vlan");
     ASSERT_NE(vlan, nullptr);
@@ -300,7 +300,7 @@ TEST_F(RouterTest, ValuesOfAnyBytesAreReadBack) {
     EXPECT_EQ(Session().script(), lines) << text;
   }
   Session session;
-  session.run_all({"configure", "vlan 7"});
+  session.run_all({"configure terminal", "vlan 7"});
   EXPECT_THAT(session.run("name \"a\nusername eve nopassword\""), HasSubstr("line break"));
   EXPECT_THAT(session.run("ip access-list \"a\nhostname x\""), HasSubstr("line break"));
 }
@@ -368,7 +368,7 @@ TEST_F(RouterTest, SavingReplacesTheFileWholeOrNotAtAll) {
   write_startup("! before\n");
   chmod(startup_.c_str(), 0644);
   Session session;
-  session.run_all({"configure", "hostname R1", "end", "copy running-config startup-config"});
+  session.run_all({"configure terminal", "hostname R1", "end", "copy running-config startup-config"});
   const std::string saved = startup();
   EXPECT_EQ(saved, "configure terminal\nhostname R1\nend\n");
   struct stat state {};
@@ -376,7 +376,7 @@ TEST_F(RouterTest, SavingReplacesTheFileWholeOrNotAtAll) {
   EXPECT_EQ(state.st_mode & 07777U, 0600U);
 
   // A write that fails half way leaves the old file, and nothing beside it.
-  session.run_all({"configure", "hostname R2", "end"});
+  session.run_all({"configure terminal", "hostname R2", "end"});
   std::signal(SIGXFSZ, SIG_IGN);
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);
@@ -399,10 +399,10 @@ TEST_F(RouterTest, SavingReplacesTheFileWholeOrNotAtAll) {
 
 TEST_F(RouterTest, SavedFilesAreKeptByName) {
   Session session;
-  session.run_all({"configure", "hostname R1", "end", "copy running-config file before"});
-  session.run_all({"configure", "hostname R2", "end", "copy running-config startup-config"});
+  session.run_all({"configure terminal", "hostname R1", "end", "copy running-config file before"});
+  session.run_all({"configure terminal", "hostname R2", "end", "copy running-config startup-config"});
   EXPECT_EQ(session.run("show configuration differences").find("There are none") != std::string::npos, true);
-  session.run_all({"configure", "ip routing", "end", "copy file before startup-config"});
+  session.run_all({"configure terminal", "ip routing", "end", "copy file before startup-config"});
   EXPECT_THAT(session.run("show configuration differences"), HasSubstr("- hostname R1\n+ hostname R2\n+ ip routing\n"));
   EXPECT_THAT(session.run("show files"), HasSubstr("before"));
   EXPECT_THAT(session.run("erase file before"), HasSubstr("Erased"));
@@ -420,7 +420,7 @@ TEST_F(RouterTest, LevelsDecideWhatIsSeen) {
   session.run("enable");
   EXPECT_EQ(session.prompt(), "cli# ");
   session.run_all(
-      {"configure", "enable secret password open", "username ann privilege 5 password \"her own\"", "end", "disable"});
+      {"configure terminal", "enable secret password open", "username ann privilege 5 password \"her own\"", "end", "disable"});
   EXPECT_EQ(session.prompt(), "cli> ");
   EXPECT_THAT(session.run("enable password shut"), HasSubstr("% Wrong password"));
   EXPECT_THAT(session.run("show privilege"), HasSubstr("level is 1"));
@@ -437,7 +437,7 @@ TEST_F(RouterTest, ThePromptFollowsModeAndHostName) {
   const struct {
     const char *line;
     const char *prompt;
-  } kSteps[] = {{"configure", "cli(config)# "},
+  } kSteps[] = {{"configure terminal", "cli(config)# "},
                 {"hostname R1", "R1(config)# "},
                 {"vlan 7", "R1(config-vlan)# "},
                 {"interface vlan 7", "R1(config-if-vlan)# "},
@@ -462,7 +462,7 @@ TEST_F(RouterTest, ThePromptFollowsModeAndHostName) {
 
 TEST_F(RouterTest, RulesAreNumbered) {
   Session session;
-  session.run_all({"configure", "ip access-list A", "permit ip any any",
+  session.run_all({"configure terminal", "ip access-list A", "permit ip any any",
                    "rule 15 deny tcp host 10.0.0.1 eq 80 any range 1 9 log", "deny udp 10.0.0.0/8 any",
                    "rule 10 deny icmp any any", "no rule 99", "end"});
   EXPECT_THAT(session.script(),
@@ -472,13 +472,13 @@ TEST_F(RouterTest, RulesAreNumbered) {
   EXPECT_THAT(session.run("show access-lists"),
               HasSubstr("15  \x1b[;31mdeny tcp \x1b[0m  host 10.0.0.1  any          log    \n"
                         "    \x1b[;31m         \x1b[0m  eq 80          range 1 9           \n"));
-  session.run_all({"configure", "ip access-list A", "resequence 100 5", "end"});
+  session.run_all({"configure terminal", "ip access-list A", "resequence 100 5", "end"});
   EXPECT_THAT(session.script(), testing::Contains(" rule 110 deny udp 10.0.0.0/8 any"));
 }
 
 TEST_F(RouterTest, AddressesReplaceOneAnotherAndDoNotOverlap) {
   Session session;
-  session.run_all({"configure", "interface lo", "ip address 10.0.0.1/24", "ip address 10.0.1.1/24 secondary",
+  session.run_all({"configure terminal", "interface lo", "ip address 10.0.0.1/24", "ip address 10.0.1.1/24 secondary",
                    "ip address 10.0.2.1/24", "interface test1", "mtu 1500"});
   EXPECT_THAT(session.run("ip address 10.0.2.0/23"), HasSubstr("overlaps with an address of \"interface lo\""));
   session.run_all({"ip address dhcp", "end"});
@@ -490,7 +490,7 @@ TEST_F(RouterTest, AddressesReplaceOneAnotherAndDoNotOverlap) {
 
 TEST_F(RouterTest, VlansShowTheirPorts) {
   Session session;
-  session.run_all({"configure", "vlan 10", "name \"user net\"", "vlan 20", "interface test1",
+  session.run_all({"configure terminal", "vlan 10", "name \"user net\"", "vlan 20", "interface test1",
                    "switchport access vlan 10", "shutdown", "interface test2", "switchport mode trunk",
                    "switchport trunk-allowed vlans 10,15-30", "end"});
   EXPECT_EQ(session.run("show vlan"),
@@ -574,7 +574,7 @@ TEST_F(RouterTest, TypesOfItsOwn) {
 
 TEST_F(RouterTest, ValuesComplete) {
   Session session;
-  session.run_all({"configure", "vlan 30", "vlan 4", "ip access-list WEB", "ipv6 access-list MAIL",
+  session.run_all({"configure terminal", "vlan 30", "vlan 4", "ip access-list WEB", "ipv6 access-list MAIL",
                    "username ann nopassword", "interface test1", "end", "copy running-config file before"});
   const struct {
     const char *line;  // up to the value

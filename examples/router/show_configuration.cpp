@@ -250,7 +250,7 @@ ROUTER_HANDLER router_show_vlan_brief(cli *engine, cli_node * /*command*/) {
   return 0;
 }
 
-ROUTER_HANDLER router_show_interfaces_switchport(cli *engine, cli_node * /*command*/) {
+ROUTER_HANDLER router_show_vlan_ports(cli *engine, cli_node * /*command*/) {
   Table rows({{"Interface"}, {"Mode"}, {"Access", ALIGN_RIGHT}, {"Native", ALIGN_RIGHT}, {"Allowed"}});
   for (const Entry *interface : configuration_of(engine).all("interface")) {
     const Entry *access = interface->find("switchport access");

@@ -98,9 +98,9 @@ void show_links(cli *engine, cli_node *command) {
               {"Packets in", ALIGN_RIGHT},
               {"Packets out", ALIGN_RIGHT},
               {"Errors", ALIGN_RIGHT}});
-  const bool only_down = router::given(command, "down");
+  const bool only_inactive = router::given(command, "inactive");
   for (const machine::Link &link : links(engine)) {
-    if (only_down && link.enabled && link.running) continue;
+    if (only_inactive && link.enabled && link.running) continue;
     const machine::Counters &counted = link.counters;
     const uint64_t errors = sum(counted.errors);
     rows.add_row({{link.name},
