@@ -90,6 +90,7 @@ void measure_time(benchmark::State &state, const Entry &entry) {
   }
   state.counters["units"] = now.path->units();
   state.counters["bytes"] = now.path->bytes_per_unit();
+  state.counters["whole"] = now.path->whole_bytes_per_unit();
 }
 
 // Runs each path under callgrind: once unmeasured, so that everything is bound and pooled, then once measured. A part

@@ -40,8 +40,9 @@ class Path {
   // Whether that many operations had the effect that they should have had.
   [[nodiscard]] virtual bool holds(std::size_t operations) = 0;
 
-  // A figure besides the cost of an operation, such as bytes; 0 for none.
+  // The memory that a unit takes beyond its texts, and with them; 0 where that is no question.
   [[nodiscard]] virtual double bytes_per_unit() const { return 0; }
+  [[nodiscard]] virtual double whole_bytes_per_unit() const { return 0; }
 };
 
 struct Registration {

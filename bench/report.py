@@ -19,6 +19,11 @@ class Row:
         self.path = path
         self.figures = {}
         self.bytes = {}
+        self.whole = {}
+
+    def memory(self):
+        """Bytes for a unit at the largest size, and with its texts."""
+        return [f"{kind[max(kind)]:.0f}" if kind else "" for kind in (self.bytes, self.whole)]
 
     def growth(self):
         sizes = sorted(self.figures)
@@ -37,8 +42,9 @@ def read_times(results):
             path, size = entry["run_name"].rsplit("/", 1)
             row = rows.setdefault(path, Row(path))
             row.figures[int(size)] = entry["cpu_time"] / entry["units"]
-            if entry["bytes"]:
-                row.bytes[int(size)] = entry["bytes"]
+            for kind, values in (("bytes", row.bytes), ("whole", row.whole)):
+                if entry[kind]:
+                    values[int(size)] = entry[kind]
     return rows
 
 
@@ -64,11 +70,11 @@ def show_table(rows, unit):
     if not rows:
         sys.exit("report.py: nothing was measured")
     sizes = sorted({size for row in rows.values() for size in row.figures})
-    print(f"{unit + ' at':26}" + "".join(f"{grouped(size):>11}" for size in sizes) + f"{'growth':>9}{'bytes':>7}")
+    print(f"{unit + ' at':26}" + "".join(f"{grouped(size):>11}" for size in sizes) + f"{'growth':>9}{'bytes':>7}{'whole':>7}")
     for row in rows.values():
         cells = "".join(f"{cell(row.figures.get(size)):>11}" for size in sizes)
-        memory = f"{row.bytes[max(row.bytes)]:.0f}" if row.bytes else ""
-        print(f"{row.path:26}{cells}{row.growth():9.2f}{memory:>7}")
+        memory = "".join(f"{value:>7}" for value in row.memory())
+        print(f"{row.path:26}{cells}{row.growth():9.2f}{memory}".rstrip())
 
 
 def cell(value):
@@ -79,11 +85,11 @@ def cell(value):
 
 def show_markdown(rows, unit):
     sizes = sorted({size for row in rows.values() for size in row.figures})
-    print(f"| {unit} at | " + " | ".join(grouped(size) for size in sizes) + " | growth |")
-    print("|---|" + "---:|" * (len(sizes) + 1))
+    print(f"| {unit} at | " + " | ".join(grouped(size) for size in sizes) + " | growth | bytes | with texts |")
+    print("|---|" + "---:|" * (len(sizes) + 3))
     for row in rows.values():
         cells = " | ".join(cell(row.figures.get(size)) for size in sizes)
-        print(f"| {row.path} | {cells} | {row.growth():.2f} |")
+        print(f"| {row.path} | {cells} | {row.growth():.2f} | {' | '.join(row.memory())} |")
     print()
 
 

@@ -73,13 +73,9 @@ int32_t mode_of(const json_t *declaration) {
 }
 
 cli_node *load_container(json_t *declaration, const char *name, int32_t required) {
-  cli_node *node = new_node(declaration, nullptr, nullptr, TYPE_CONTAINER);
+  cli_node *node = new_node(declaration, name, nullptr, TYPE_CONTAINER);
   node->container.required = required;
   node->container.mode = mode_of(declaration);
-  if (name != nullptr) {
-    node->name_len = std::strlen(name);
-    node->name = static_cast<char *>(libglobal::xmemdup(name, node->name_len + 1, LIBGLOBAL_CALLER(kSource)));
-  }
   return node;
 }
 

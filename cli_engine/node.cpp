@@ -147,8 +147,6 @@ void unlink_children(cli_node &node, cli_node *&list) {
 
 void release_parts(cli_node &node) {
   Marks::strike(node);
-  std::free(node.name);
-  std::free(node.help);
   json_decref(node.definition);
   switch (node.type) {
     case TYPE_VALUE:
@@ -191,18 +189,13 @@ void empty_root(cli_node &root) {
   log_assert_fmt("0", kSource, function, "invalid parent type: %d", static_cast<int>(parent.type));
 }
 
-char *copy_text(const char *text, std::size_t length, const libglobal::Caller &caller) {
-  return static_cast<char *>(libglobal::xmemdup(text, length + 1, caller));
+// How many bytes a text takes behind its node, or 0 for none.
+std::size_t name_bytes(const char *name) {
+  const std::size_t bytes = name == nullptr ? 0 : std::strlen(name) + 1;
+  return bytes == 0 || bytes >= kNameBytes ? bytes : kNameBytes;
 }
-
-// With at least the bytes that keys are read from.
-char *copy_name(const char *name, std::size_t length, const libglobal::Caller &caller) {
-  if (length >= kNameBytes) {
-    return copy_text(name, length, caller);
-  }
-  auto *copy = static_cast<char *>(libglobal::xcalloc(1, kNameBytes, caller));
-  std::memcpy(copy, name, length);
-  return copy;
+std::size_t help_bytes(const char *help) {
+  return help == nullptr ? 0 : std::strlen(help) + 1;
 }
 
 }  // namespace
@@ -271,13 +264,17 @@ cli_node *new_node(json_t *definition, const char *name, const char *help, node_
     libglobal::require(name != nullptr, "name != NULL", kSource, __func__);
     libglobal::require(help != nullptr, "help != NULL", kSource, __func__);
   }
-  auto *node = static_cast<cli_node *>(libglobal::xcalloc(1, sizeof(cli_node), caller));
+  const std::size_t help_place = sizeof(cli_node) + name_bytes(name);
+  auto *node = static_cast<cli_node *>(libglobal::xcalloc(1, help_place + help_bytes(help), caller));
   node->type = type;
   node->definition = json_incref(definition);
-  if (type != TYPE_CONTAINER) {
+  char *block = reinterpret_cast<char *>(node);
+  if (name != nullptr) {
     node->name_len = std::strlen(name);
-    node->name = copy_name(name, node->name_len, caller);
-    node->help = copy_text(help, std::strlen(help), caller);
+    node->name = static_cast<char *>(std::memcpy(block + sizeof(cli_node), name, node->name_len));
+  }
+  if (help != nullptr) {
+    node->help = static_cast<char *>(std::memcpy(block + help_place, help, help_bytes(help)));
   }
   if (cli_node_list *args = args_of(*node)) {
     list_init(*args);

@@ -36,6 +36,12 @@ inline std::string_view name_of(const cli_node &node) {
   return {node.name, node.name_len};
 }
 
+// The texts of a node stand behind it in its own block, the name first: a search meets the name beside the links, not
+// in yet another place of the memory. True of all nodes but the root.
+inline const char *name_behind(const cli_node &node) {
+  return reinterpret_cast<const char *>(&node + 1);
+}
+
 // How many leading bytes agree without regard to case. Names mostly agree in case too, so eight bytes are compared at
 // once as long as they do.
 inline std::size_t common_length(std::string_view a, std::string_view b) {
@@ -79,7 +85,7 @@ inline bool same_name(std::string_view a, std::string_view b) {
 using NameKey = std::uint64_t;
 inline constexpr std::size_t kKeyBytes = sizeof(NameKey);
 
-// Names in the tree are stored in at least so many bytes, so that two keys can be read from each.
+// Names are stored in at least so many bytes, so that two keys can be read from each.
 inline constexpr std::size_t kNameBytes = 2 * kKeyBytes;
 
 inline NameKey key_of(const char *text) {
@@ -121,10 +127,10 @@ class WantedName {
 
   // Less than 0 when the text comes before the name, 0 when they are equal.
   [[nodiscard]] int compare(const cli_node &node) const {
-    if (const NameKey other = key_of(node.name); first_ != other) {
+    if (const NameKey other = key_of(name_behind(node)); first_ != other) {
       return first_ < other ? -1 : 1;
     }
-    if (const NameKey other = key_of(node.name + kKeyBytes); second_ != other) {
+    if (const NameKey other = key_of(name_behind(node) + kKeyBytes); second_ != other) {
       return second_ < other ? -1 : 1;
     }
     return name_compare(text_, name_of(node));
@@ -132,13 +138,13 @@ class WantedName {
 
   // The same with the beginning of the name, as far as the text goes.
   [[nodiscard]] int compare_beginning(const cli_node &node) const {
-    if (const NameKey other = key_of(node.name) & first_mask_; first_ != other) {
+    if (const NameKey other = key_of(name_behind(node)) & first_mask_; first_ != other) {
       return first_ < other ? -1 : 1;
     }
     if (text_.size() <= kKeyBytes) {
       return 0;
     }
-    if (const NameKey other = key_of(node.name + kKeyBytes) & second_mask_; second_ != other) {
+    if (const NameKey other = key_of(name_behind(node) + kKeyBytes) & second_mask_; second_ != other) {
       return second_ < other ? -1 : 1;
     }
     return text_.size() <= kNameBytes ? 0 : name_compare(text_, name_of(node).substr(0, text_.size()));
@@ -254,7 +260,7 @@ cli_node *next_choice(const cli_node &choice);
 
 // ---- Construction and release ----
 
-// A node of a kind with every other field zero. Name and help are copied; a group takes neither.
+// A node of a kind with every other field zero. Name and help are copied; a group may lack both.
 cli_node *new_node(json_t *definition, const char *name, const char *help, node_type type);
 
 cli_node *new_command_node(json_t *definition, const char *name, const char *help, int32_t privilege,
