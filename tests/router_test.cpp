@@ -419,8 +419,8 @@ TEST_F(RouterTest, LevelsDecideWhatIsSeen) {
   EXPECT_THAT(session.run("show interfaces"), HasSubstr("Interface"));
   session.run("enable");
   EXPECT_EQ(session.prompt(), "cli# ");
-  session.run_all(
-      {"configure terminal", "enable secret password open", "username ann privilege 5 password \"her own\"", "end", "disable"});
+  session.run_all({"configure terminal", "enable secret password open", "username ann privilege 5 password \"her own\"",
+                   "end", "disable"});
   EXPECT_EQ(session.prompt(), "cli> ");
   EXPECT_THAT(session.run("enable password shut"), HasSubstr("% Wrong password"));
   EXPECT_THAT(session.run("show privilege"), HasSubstr("level is 1"));
