@@ -5,6 +5,7 @@ With UPDATE=1 in the environment the guide's sessions are rewritten to what is p
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -118,6 +119,7 @@ class Reference(Case):
         self.assertIn("| \\<bytes\\> | unsignedInt | 0x0 to 0x5DC | yes | Bytes in hexadecimal |", reference)
         self.assertNotIn("### configure", run("reference", *CAMPUS, "--level", "1")[0])
 
+    @unittest.skipUnless(shutil.which("mandoc"), "there is no mandoc")
     def test_the_manual_page_is_well_formed(self):
         language = self.file("odd.json", '{".x": {"#help": "\'a\\\\b \\"c\\" -d", "#handler": "h"}, "y": {"#help": "", "#handler": "h"}}')
         for arguments in (CAMPUS, [language]):
