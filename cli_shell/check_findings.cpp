@@ -105,6 +105,14 @@ class Places {
   Place place_ = {1, 1};
 };
 
+std::string as_line(const Finding &finding, const Places::Place &place) {
+  const RuleRow &rule = rule_row(finding.rule);
+  std::string line = finding.document->file;
+  line.append(":").append(std::to_string(place.line)).append(":").append(std::to_string(place.column));
+  line.append(": ").append(severity_name(rule.severity)).append(": ").append(finding.where);
+  return line.append(finding.where.empty() ? "" : ": ").append(finding.text).append(" [").append(rule.name).append("]");
+}
+
 void print_json_string(std::string_view text, std::FILE *out) {
   std::fputc('"', out);
   for (const char c : text) {
@@ -181,12 +189,17 @@ std::string quoted(std::string_view text) {
 void print_as_text(const Findings &findings, std::FILE *out) {
   Places places;
   for (const Finding &finding : findings.all()) {
-    const auto [line, column] = places.of(finding);
-    const RuleRow &rule = rule_row(finding.rule);
-    std::fprintf(out, "%s:%zu:%zu: %s: %s%s%s [%s]\n", finding.document->file.c_str(), line, column,
-                 severity_name(rule.severity).data(), finding.where.c_str(), finding.where.empty() ? "" : ": ",
-                 finding.text.c_str(), rule.name.data());
+    std::fprintf(out, "%s\n", as_line(finding, places.of(finding)).c_str());
   }
+}
+
+std::string first_error(const Findings &findings) {
+  for (const Finding &finding : findings.all()) {
+    if (rule_row(finding.rule).severity == Severity::kError) {
+      return as_line(finding, Places().of(finding));
+    }
+  }
+  return "";
 }
 
 void print_as_json(const Findings &findings, std::FILE *out) {

@@ -115,6 +115,9 @@ class Findings {
 void print_as_text(const Findings &findings, std::FILE *out);
 void print_as_json(const Findings &findings, std::FILE *out);
 
+// The line of the first error, or nothing when there is none. The findings must be sorted.
+[[nodiscard]] std::string first_error(const Findings &findings);
+
 }  // namespace cli_check
 
 #endif
