@@ -66,19 +66,19 @@ CheckerVerdict checker_verdict(const Texts &texts, validator_typesystem *types) 
   return verdict;
 }
 
-void name_test_handler(json_t *value) {
-  const char *key = nullptr;
-  json_t *member = nullptr;
-  json_object_foreach(value, key, member) {
-    if (std::string_view(key) == "#handler" && json_is_string(member)) {
-      json_string_set(member, "check_test_handler");
-    } else {
-      name_test_handler(member);
-    }
+// Calls visit(name, value) for everything below a value; items of arrays have no name.
+template <class Visit>
+void visit_below(json_t *value, const Visit &visit) {
+  const char *name = nullptr;
+  json_t *inner = nullptr;
+  json_object_foreach(value, name, inner) {
+    visit(std::string_view(name), inner);
+    visit_below(inner, visit);
   }
   std::size_t index = 0;
-  json_array_foreach(value, index, member) {
-    name_test_handler(member);
+  json_array_foreach(value, index, inner) {
+    visit(std::string_view(), inner);
+    visit_below(inner, visit);
   }
 }
 
@@ -88,7 +88,11 @@ json_t *read(const std::string &text) {
   if (!json_is_object(document)) {
     _exit(1);
   }
-  name_test_handler(document);
+  visit_below(document, [](std::string_view name, json_t *value) {
+    if (name == "#handler" && json_is_string(value)) {
+      json_string_set(value, "check_test_handler");
+    }
+  });
   return document;
 }
 
@@ -109,6 +113,7 @@ enum class Verdict { kLoads, kRefused, kCrashed };
 
 // A refusal is an exit or the assertion report; any other end is the loader's own fault.
 Verdict loader_verdict(const Texts &texts, validator_typesystem *types) {
+  std::fflush(stdout);  // or the child writes what waits there once more
   const pid_t child = fork();
   if (child == 0) {
     load_and_exit(texts, types);
@@ -125,136 +130,38 @@ Verdict loader_verdict(const Texts &texts, validator_typesystem *types) {
 
 // ---- Mutations ----
 
-// Where values and names come from that no document would have, but a slip of the hand may give.
-constexpr const char *kValues[] = {"null",
-                                   "true",
-                                   "false",
-                                   "0",
-                                   "1",
-                                   "-1",
-                                   "10",
-                                   "15",
-                                   "16",
-                                   "2147483647",
-                                   "2147483648",
-                                   "-2147483649",
-                                   "4294967295",
-                                   "4294967296",
-                                   "4294967306",
-                                   "1.5",
-                                   "\"\"",
-                                   "\"key\"",
-                                   "\"container\"",
-                                   "\"int\"",
-                                   "\"unsignedInt\"",
-                                   "\"string\"",
-                                   "\"Int\"",
-                                   "\"show\"",
-                                   "[]",
-                                   "{}",
-                                   "[\"x\"]",
-                                   "[5]",
-                                   "{\"fmt\": \"a {b}\", \"args\": {\"b\": 1}}",
-                                   "{\"fmt\": \"a {b}\", \"args\": {\"b\": 1.0}}",
-                                   "{\"fmt\": \"a {b\"}",
-                                   "{\"fmt\": \"a } b\"}",
-                                   "{\"fmt\": \"{a{b}\"}",
-                                   "{\"fmt\": \"{}\"}",
-                                   "{\"fmt\": \"{b}\", \"args\": []}",
-                                   "[{\"value\": \"v\"}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\"}]",
-                                   "[{\"value\": \"v\", \"if\": \"x\"}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\", \"if-not\": [\"x\", [\"y\"]]}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\", \"if-not\": [\"x\", 5]}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\", \"if\": [\"x\", 5], \"if-not\": []}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\", \"if\": null}]",
-                                   "{\"#help\": \"h\"}",
-                                   "{\"#help\": \"h\", \"#handler\": \"f\"}",
-                                   "{\"#alias\": \"show\"}",
-                                   "{\"#help\": \"h\", \"#prompt\": \"p\"}",
-                                   "{\"#name\": \"n\", \"#type\": \"string\", \"#help\": \"h\"}",
-                                   "{\"#type\": \"container\"}",
-                                   "[{\"#name\": \"n\", \"#type\": \"key\", \"#help\": \"h\"}]",
-                                   "{\"Level\": 16, \"Name\": \"show\", \"Prompt\": \"\"}",
-                                   "{\"Level\": 4294967297, \"Name\": \"ping\", \"Prompt\": \"\"}"};
-constexpr const char *kNames[] = {"#help",
-                                  "#handler",
-                                  "#prompt",
-                                  "#alias",
-                                  "#args",
-                                  "#commands",
-                                  "#type",
-                                  "#name",
-                                  "#optional",
-                                  "#sequential",
-                                  "#exclusive",
-                                  "#min_inclusive",
-                                  "#max_inclusive",
-                                  "#width",
-                                  "#base",
-                                  "#min_length",
-                                  "#max_length",
-                                  "#enum",
-                                  "fmt",
-                                  "args",
-                                  "value",
-                                  "if",
-                                  "if-not",
-                                  "description",
-                                  "Level",
-                                  "Name",
-                                  "Prompt",
-                                  "show",
-                                  "show ip",
-                                  "SHOW  Version x",
-                                  " ",
-                                  "",
-                                  "x ",
-                                  " x",
-                                  "sv x",
-                                  "configure do x",
-                                  "configure exit",
-                                  "configure ip x",
-                                  "12345678901234567890",
-                                  "0",
-                                  "123456789012345678901",
-                                  "level1"};
-constexpr const char *kScraps[] = {"\"",
-                                   "\\",
-                                   "{",
-                                   "}",
-                                   "[",
-                                   "]",
-                                   ",",
-                                   ":",
-                                   "0",
-                                   "-",
-                                   ".",
-                                   "e9",
-                                   "1e999",
-                                   "0e999",
-                                   "1e-999",
-                                   "9223372036854775807",
-                                   "9223372036854775808",
-                                   "\xff",
-                                   "\xc0\x80",
-                                   "\xed\xa0\x80",
-                                   "\xc3\xa9",
-                                   "\xf4\x90\x80\x80",
-                                   "\\u0000",
-                                   "\\ud800",
-                                   "\\ud83d\\ude00",
-                                   "\\udc00",
-                                   "\\u00e9",
-                                   "\n",
-                                   "\t",
-                                   "null",
-                                   "tru",
-                                   "//",
-                                   "\x01",
-                                   "\x7f",
-                                   "+1",
-                                   "01"};
+// What no document would hold, but a slip of the hand may give: values, names, and bytes for the text.
+constexpr const char *kValues = R"([null, true, false, 0, 1, -1, 10, 15, 16, 2147483647, 2147483648, -2147483649,
+  4294967295, 4294967296, 4294967306, 1.5, "", "key", "container", "int", "unsignedInt", "string", "Int", "show",
+  [], {}, ["x"], [5],
+  {"fmt": "a {b}", "args": {"b": 1}}, {"fmt": "a {b}", "args": {"b": 1.0}}, {"fmt": "a {b"}, {"fmt": "a } b"},
+  {"fmt": "{a{b}"}, {"fmt": "{}"}, {"fmt": "{b}", "args": []},
+  [{"value": "v"}], [{"value": "v", "description": "d"}], [{"value": "v", "if": "x"}],
+  [{"value": "v", "description": "d", "if-not": ["x", ["y"]]}],
+  [{"value": "v", "description": "d", "if-not": ["x", 5]}],
+  [{"value": "v", "description": "d", "if": ["x", 5], "if-not": []}],
+  [{"value": "v", "description": "d", "if": null}],
+  {"#help": "h"}, {"#help": "h", "#handler": "f"}, {"#alias": "show"}, {"#help": "h", "#prompt": "p"},
+  {"#name": "n", "#type": "string", "#help": "h"}, {"#type": "container"},
+  [{"#name": "n", "#type": "key", "#help": "h"}],
+  {"Level": 16, "Name": "show", "Prompt": ""}, {"Level": 4294967297, "Name": "ping", "Prompt": ""}])";
+constexpr const char *kNames = R"(["#help", "#handler", "#prompt", "#alias", "#args", "#commands", "#type", "#name",
+  "#optional", "#sequential", "#exclusive", "#min_inclusive", "#max_inclusive", "#width", "#base", "#min_length",
+  "#max_length", "#enum", "fmt", "args", "value", "if", "if-not", "description", "Level", "Name", "Prompt",
+  "show", "show ip", "SHOW  Version x", " ", "", "x ", " x", "sv x", "configure do x", "configure exit",
+  "configure ip x", "12345678901234567890", "0", "123456789012345678901", "level1"])";
+// Between bars.
+constexpr std::string_view kScraps =
+    "\"|\\|{|}|[|]|,|:|0|-|.|e9|1e999|0e999|1e-999|9223372036854775807|9223372036854775808|\xff|\xc0\x80|\xed\xa0\x80|"
+    "\xc3\xa9|\xf4\x90\x80\x80|\\u0000|\\ud800|\\ud83d\\ude00|\\udc00|\\u00e9|\n|\t|null|tru|//|\x01|\x7f|+1|01";
+
+std::vector<std::string> split(std::string_view text) {
+  std::vector<std::string> parts(1);
+  for (const char c : text) {
+    c == '|' ? static_cast<void>(parts.emplace_back()) : parts.back().push_back(c);
+  }
+  return parts;
+}
 
 class Mutator {
  public:
@@ -278,41 +185,26 @@ class Mutator {
  private:
   std::size_t below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random_); }
 
-  template <class T, std::size_t N>
-  T pick(T (&pool)[N]) {
-    return pool[below(N)];
-  }
-
-  static void collect(json_t *value, std::vector<json_t *> &containers) {
-    if (json_is_object(value) || json_is_array(value)) {
-      containers.push_back(value);
-    }
-    const char *key = nullptr;
-    json_t *member = nullptr;
-    json_object_foreach(value, key, member) {
-      collect(member, containers);
-    }
-    std::size_t index = 0;
-    json_array_foreach(value, index, member) {
-      collect(member, containers);
-    }
-  }
+  json_t *pick(const JsonRef &pool) { return json_array_get(pool.get(), below(json_array_size(pool.get()))); }
 
   // A value from the pool, or a copy of one that stands elsewhere in the document.
   json_t *any_value(const std::vector<json_t *> &containers) {
-    return below(4) == 0 ? json_deep_copy(containers[below(containers.size())])
-                         : json_loads(pick(kValues), JSON_DECODE_ANY, nullptr);
+    return json_deep_copy(below(4) == 0 ? containers[below(containers.size())] : pick(values_));
   }
 
   // Names of which the two longest stand on either side of the limit.
   std::string any_name() {
     const std::size_t choice = below(30);
-    return choice < 2 ? std::string(4095 + choice, 'k') : pick(kNames);
+    return choice < 2 ? std::string(4095 + choice, 'k') : json_string_value(pick(names_));
   }
 
   void change_structure(json_t *document) {
-    std::vector<json_t *> containers;
-    collect(document, containers);
+    std::vector<json_t *> containers = {document};
+    visit_below(document, [&](std::string_view, json_t *value) {
+      if (json_is_object(value) || json_is_array(value)) {
+        containers.push_back(value);
+      }
+    });
     json_t *place = containers[below(containers.size())];
     json_is_object(place) ? change_object(place, any_value(containers)) : change_array(place, any_value(containers));
   }
@@ -358,10 +250,10 @@ class Mutator {
         text.erase(place, 1 + below(3));
         break;
       case 1:
-        text.replace(place, 1, pick(kScraps));
+        text.replace(place, 1, scraps_[below(scraps_.size())]);
         break;
       case 2:
-        text.insert(place, pick(kScraps));
+        text.insert(place, scraps_[below(scraps_.size())]);
         break;
       default:
         repeat_line(text, place);
@@ -377,6 +269,9 @@ class Mutator {
   }
 
   std::mt19937 random_;
+  const JsonRef values_{json_loads(kValues, 0, nullptr)};
+  const JsonRef names_{json_loads(kNames, 0, nullptr)};
+  const std::vector<std::string> scraps_ = split(kScraps);
 };
 
 // ---- The documents that the mutations begin with ----
@@ -407,7 +302,12 @@ class HostTypes {
  public:
   explicit HostTypes(const std::vector<Texts> &documents) {
     for (const Texts &texts : documents) {
-      add_types(JsonRef(json_loads(texts.definitions.c_str(), 0, nullptr)).get());
+      visit_below(JsonRef(json_loads(texts.definitions.c_str(), 0, nullptr)).get(),
+                  [this](std::string_view name, json_t *value) {
+                    if (name == "#type" && json_is_string(value)) {
+                      add_type(json_string_value(value));
+                    }
+                  });
     }
   }
   [[nodiscard]] validator_typesystem *registry() const { return registry_.get(); }
@@ -417,22 +317,11 @@ class HostTypes {
     void operator()(validator_typesystem *types) const { validator_typesystem_free(types); }
   };
 
-  void add_types(const json_t *value) {
-    const char *key = nullptr;
-    json_t *member = nullptr;
-    json_object_foreach(const_cast<json_t *>(value), key, member) {
-      if (std::string_view(key) == "#type" && json_is_string(member)) {
-        validator_type &type = types_.emplace_back();
-        type.basetype = BASETYPE_STRING;
-        type.name = names_.emplace_back(json_string_value(member)).c_str();
-        validator_typesystem_add_custom_type(registry_.get(), &type);
-      }
-      add_types(member);
-    }
-    std::size_t index = 0;
-    json_array_foreach(value, index, member) {
-      add_types(member);
-    }
+  void add_type(const char *name) {
+    validator_type &type = types_.emplace_back();
+    type.basetype = BASETYPE_STRING;
+    type.name = names_.emplace_back(name).c_str();
+    validator_typesystem_add_custom_type(registry_.get(), &type);
   }
 
   std::deque<std::string> names_;
@@ -445,18 +334,17 @@ unsigned from_environment(const char *name, unsigned otherwise) {
   return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
 }
 
-std::string keep(const Texts &texts, const std::filesystem::path &folder, unsigned number) {
+// Writes the documents, and what the checker found in them, for who wants to see them.
+std::string keep(const Texts &texts, const CheckerVerdict &verdict, const std::filesystem::path &folder,
+                 unsigned number) {
   const std::string path = folder / ("check-mutation-" + std::to_string(number));
   std::ofstream(path + ".json") << texts.definitions;
   std::ofstream(path + ".privileges.json") << texts.privileges;
-  return path;
-}
-
-void keep_with_rules(const Texts &texts, const CheckerVerdict &verdict, const char *folder, unsigned number) {
-  std::ofstream rules(keep(texts, folder, number) + ".rules");
+  std::ofstream rules(path + ".rules");
   for (const std::string_view rule : verdict.rules) {
     rules << rule << '\n';
   }
+  return path;
 }
 
 TEST(CheckMutation, CheckerAndLoaderAgree) {
@@ -475,10 +363,10 @@ TEST(CheckMutation, CheckerAndLoaderAgree) {
     const Texts texts = mutator.mutate(documents[number % documents.size()]);
     const Verdict loader = loader_verdict(texts, types);
     const CheckerVerdict checker = checker_verdict(texts, types);
-    ASSERT_NE(loader, Verdict::kCrashed) << keep(texts, testing::TempDir(), number);
-    ASSERT_EQ(checker.loads, loader == Verdict::kLoads) << keep(texts, testing::TempDir(), number);
+    ASSERT_NE(loader, Verdict::kCrashed) << keep(texts, checker, testing::TempDir(), number);
+    ASSERT_EQ(checker.loads, loader == Verdict::kLoads) << keep(texts, checker, testing::TempDir(), number);
     if (folder != nullptr) {
-      keep_with_rules(texts, checker, folder, number);
+      keep(texts, checker, folder, number);
     }
     loading += loader == Verdict::kLoads ? 1 : 0;
   }
