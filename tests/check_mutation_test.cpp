@@ -24,6 +24,7 @@
 
 #include "cli_engine/cli_engine.h"
 #include "cli_shell/check.hpp"
+#include "cli_shell/check_match.hpp"
 
 // What every "#handler" of the documents is made to name: handlers are not the checker's business here.
 extern "C" __attribute__((visibility("default"))) int check_test_handler(cli *engine, cli_node *node);
@@ -33,10 +34,7 @@ int check_test_handler(cli *, cli_node *) {
 
 namespace {
 
-struct JsonRelease {
-  void operator()(json_t *value) const { json_decref(value); }
-};
-using JsonRef = std::unique_ptr<json_t, JsonRelease>;
+using cli_check::JsonRef;
 
 struct Texts {
   std::string definitions;
@@ -83,8 +81,7 @@ void visit_below(json_t *value, const Visit &visit) {
 }
 
 json_t *read(const std::string &text) {
-  json_error_t error;
-  json_t *document = json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, &error);
+  json_t *document = json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, nullptr);
   if (!json_is_object(document)) {
     _exit(1);
   }
@@ -263,8 +260,7 @@ class Mutator {
   // As a rule a member of an object, so that its name stands there twice.
   static void repeat_line(std::string &text, std::size_t place) {
     const std::size_t end = std::min(text.find('\n', place), text.size() - 1) + 1;
-    const std::size_t start = text.rfind('\n', place == 0 ? 0 : place - 1);
-    const std::size_t first = start == std::string::npos ? 0 : start + 1;
+    const std::size_t first = text.rfind('\n', place == 0 ? 0 : place - 1) + 1;  // 0 when there is none
     text.insert(end, text.substr(first, end - first));
   }
 
@@ -283,51 +279,35 @@ std::string read_file(const std::filesystem::path &path) {
 }
 
 std::vector<Texts> documents_that_load() {
-  const std::filesystem::path project = PROJECT_DIR;
-  const std::string campus_privileges = read_file(project / "schema/samples/good/campus.privileges.json");
-  std::vector<Texts> documents = {
-      {read_file(project / "schema/samples/good/campus.json"), campus_privileges},
-      {read_file(project / "schema/samples/good/smallest.json"), campus_privileges},
-  };
-  const std::filesystem::path router = project / "examples/router";
-  if (std::getenv("CHECK_SAMPLES_ONLY") == nullptr && exists(router / "router.json") &&
-      exists(router / "privileges.json")) {
+  const std::filesystem::path samples = PROJECT_DIR "/schema/samples/good", router = PROJECT_DIR "/examples/router";
+  const std::string campus_privileges = read_file(samples / "campus.privileges.json");
+  std::vector<Texts> documents = {{read_file(samples / "campus.json"), campus_privileges},
+                                  {read_file(samples / "smallest.json"), campus_privileges}};
+  if (std::getenv("CHECK_SAMPLES_ONLY") == nullptr) {
     documents.push_back({read_file(router / "router.json"), read_file(router / "privileges.json")});
   }
   return documents;
 }
 
 // The types that the documents name, as types of the host's own; the built-in ones keep their places.
-class HostTypes {
- public:
-  explicit HostTypes(const std::vector<Texts> &documents) {
-    for (const Texts &texts : documents) {
-      visit_below(JsonRef(json_loads(texts.definitions.c_str(), 0, nullptr)).get(),
-                  [this](std::string_view name, json_t *value) {
-                    if (name == "#type" && json_is_string(value)) {
-                      add_type(json_string_value(value));
-                    }
-                  });
-    }
+validator_typesystem *types_of(const std::vector<Texts> &documents) {
+  static std::deque<std::string> names;
+  static std::deque<validator_type> types;
+  static const std::unique_ptr<validator_typesystem, decltype(&validator_typesystem_free)> registry(
+      validator_typesystem_new(), validator_typesystem_free);
+  for (const Texts &texts : documents) {
+    const JsonRef document(json_loads(texts.definitions.c_str(), 0, nullptr));
+    visit_below(document.get(), [](std::string_view name, json_t *value) {
+      if (name == "#type" && json_is_string(value)) {
+        validator_type &type = types.emplace_back();
+        type.basetype = BASETYPE_STRING;
+        type.name = names.emplace_back(json_string_value(value)).c_str();
+        validator_typesystem_add_custom_type(registry.get(), &type);
+      }
+    });
   }
-  [[nodiscard]] validator_typesystem *registry() const { return registry_.get(); }
-
- private:
-  struct Release {
-    void operator()(validator_typesystem *types) const { validator_typesystem_free(types); }
-  };
-
-  void add_type(const char *name) {
-    validator_type &type = types_.emplace_back();
-    type.basetype = BASETYPE_STRING;
-    type.name = names_.emplace_back(name).c_str();
-    validator_typesystem_add_custom_type(registry_.get(), &type);
-  }
-
-  std::deque<std::string> names_;
-  std::deque<validator_type> types_;
-  std::unique_ptr<validator_typesystem, Release> registry_{validator_typesystem_new()};
-};
+  return registry.get();
+}
 
 unsigned from_environment(const char *name, unsigned otherwise) {
   const char *text = std::getenv(name);
@@ -349,8 +329,7 @@ std::string keep(const Texts &texts, const CheckerVerdict &verdict, const std::f
 
 TEST(CheckMutation, CheckerAndLoaderAgree) {
   const std::vector<Texts> documents = documents_that_load();
-  const HostTypes host_types(documents);
-  validator_typesystem *const types = host_types.registry();
+  validator_typesystem *const types = types_of(documents);
   for (const Texts &texts : documents) {
     ASSERT_TRUE(checker_verdict(texts, types).loads);
     ASSERT_EQ(loader_verdict(texts, types), Verdict::kLoads);
