@@ -87,7 +87,7 @@ class Places {
       at_ = 0;
       place_ = {1, 1};
     }
-    const std::string &bytes = document_->bytes;
+    const std::string &bytes = finding.document->bytes;
     for (; at_ < finding.offset && at_ < bytes.size(); ++at_) {
       if (bytes[at_] == '\n') {
         place_ = {place_.line + 1, 1};
