@@ -82,12 +82,12 @@ class Places {
   };
 
   Place of(const Finding &finding) {
-    if (finding.document != document_) {
-      document_ = finding.document;
+    if (&finding.document.get() != document_) {
+      document_ = &finding.document.get();
       at_ = 0;
       place_ = {1, 1};
     }
-    const std::string &bytes = finding.document->bytes;
+    const std::string &bytes = finding.document.get().bytes;
     for (; at_ < finding.offset && at_ < bytes.size(); ++at_) {
       if (bytes[at_] == '\n') {
         place_ = {place_.line + 1, 1};
@@ -107,7 +107,7 @@ class Places {
 
 std::string as_line(const Finding &finding, const Places::Place &place) {
   const RuleRow &rule = rule_row(finding.rule);
-  std::string line = finding.document->file;
+  std::string line = finding.document.get().file;
   line.append(":").append(std::to_string(place.line)).append(":").append(std::to_string(place.column));
   line.append(": ").append(severity_name(rule.severity)).append(": ").append(finding.where);
   return line.append(finding.where.empty() ? "" : ": ").append(finding.text).append(" [").append(rule.name).append("]");
@@ -151,7 +151,7 @@ std::string_view severity_name(Severity severity) {
 }
 
 void Findings::add(Rule rule, const JsonDocument &document, uint32_t offset, std::string where, std::string text) {
-  findings_.push_back({rule, &document, offset, std::move(where), std::move(text)});
+  findings_.push_back({rule, document, offset, std::move(where), std::move(text)});
 }
 
 std::size_t Findings::count(Severity severity) const {
@@ -161,7 +161,7 @@ std::size_t Findings::count(Severity severity) const {
 
 void Findings::sort(std::span<const JsonDocument *const> documents) {
   const auto order = [documents](const Finding &finding) {
-    return std::tuple(std::find(documents.begin(), documents.end(), finding.document), finding.offset);
+    return std::tuple(std::find(documents.begin(), documents.end(), &finding.document.get()), finding.offset);
   };
   std::stable_sort(findings_.begin(), findings_.end(),
                    [&](const Finding &a, const Finding &b) { return order(a) < order(b); });
@@ -209,7 +209,7 @@ void print_as_json(const Findings &findings, std::FILE *out) {
     const auto [line, column] = places.of(finding);
     const RuleRow &rule = rule_row(finding.rule);
     std::fprintf(out, "%s{\"file\": ", before);
-    print_json_string(finding.document->file, out);
+    print_json_string(finding.document.get().file, out);
     std::fprintf(out, ", \"line\": %zu, \"column\": %zu", line, column);
     print_json_member("severity", severity_name(rule.severity), out);
     print_json_member("rule", rule.name, out);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -89,7 +90,7 @@ struct RuleRow {
 
 struct Finding {
   Rule rule;
-  const JsonDocument *document;
+  std::reference_wrapper<const JsonDocument> document;
   uint32_t offset;
   std::string where;  // the definition in words, may be empty
   std::string text;
