@@ -204,6 +204,8 @@ std::vector<RuleCase> rule_cases() {
        command(group(kExclusive, key("k") + ", " + key("l")))},
       {"unreachable-name", command(key("k") + ", " + group(kExclusive, key("l") + ", " + key("K"))),
        command(key("k") + ", " + group(kExclusive + "'#name': 'g', ", key("l") + ", " + key("k")))},
+      {"unreachable-name", command(value("int") + ", " + value("int", kOptional)),
+       command(group(kExclusive, value("int", ", '#enum': [1]") + ", " + value("int")))},
       {"dead-end", "{'a': {'#help': 'h'}}", "{'a': {'#help': 'h'}, 'a b': {@}}"},
       {"dead-end", "{'a': {'#help': 'h', '#prompt': 'p'}}", mode("'p'")},
       {"alias-line", "{'a': {@}, 'z': {'#alias': 'y'}}", "{'a': {@}, 'z': {'#alias': '\\'a\\''}}"},
@@ -239,6 +241,8 @@ std::vector<RuleCase> rule_cases() {
       {"taken-abbreviation", command(key("wide", kOptional), kWord), command(key("narrow", kOptional), kWord)},
       {"taken-abbreviation", command(value("int") + ", " + key("wide", kOptional), kWord),
        command(key("wide", kOptional) + ", " + value("int"), kWord)},
+      {"taken-abbreviation", command(group(kOptionalGroup, key("n", kOptional + with(key("wide", kOptional)))), kWord),
+       command(group(kOptionalGroup, key("n", kOptional + with(key("wide")))), kWord)},
       {"blocking-group", command(group("", key("k") + ", " + key("l", kOptional)) + ", " + key("z")),
        command(group("", key("k", kOptional) + ", " + key("l")) + ", " + key("z"))},
       {"blocking-group", command(key("k", with(value("int", kOptional))) + ", " + key("z")),
@@ -282,6 +286,11 @@ TEST(Check, EachRuleHasWhatBreaksItAndWhatDoesNot) {
     EXPECT_FALSE(kept.has(row.rule)) << kept.report(print_as_text);
     EXPECT_EQ(kept.findings().count(Severity::kError), 0U) << kept.report(print_as_text) << row.keeps;
   }
+}
+
+TEST(Check, AnErrorIsNotAWarningAsWell) {
+  const Checked checked(json(mode("[{'value': 'v', 'description': 'd', 'if': 'm x'}]")));
+  EXPECT_EQ(checked.rules(), std::set<std::string_view>({"prompt-no-variant"}));
 }
 
 // Samples of an error alone are named after its rule.

@@ -501,7 +501,7 @@ TEST_F(RouterTest, TypesOfItsOwn) {
       {"VlanId", "1 4094", "0", "4095 1002"},
       {"VlanList", "10 10,20-30", "10, 10- 20-1", "20-1,3 0 1-4095 ,1 1;2"},
       {"InterfaceName", "eth0.10 abcdefghijklmno", "", "-x a/b abcdefghijklmnop"},
-      {"FileName", "a-1.cfg", "", "../a .a"},
+      {"FileName", "a-1.cfg", "", "../a .a a/b"},
   };
   const std::unique_ptr<validator_typesystem, decltype(&validator_typesystem_free)> types(validator_typesystem_new(),
                                                                                           validator_typesystem_free);
