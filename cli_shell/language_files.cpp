@@ -26,7 +26,10 @@ Types types_of(const std::vector<HandlersLibrary> &libraries) {
 }
 
 LanguageFiles read_language_files(const std::string &definitions, const std::optional<std::string> &privileges) {
-  return {.definitions = read_text(definitions), .privileges = privileges ? read_text(*privileges) : nullptr};
+  LanguageFiles files;
+  files.definitions = read_text(definitions);
+  if (privileges) files.privileges = read_text(*privileges);
+  return files;
 }
 
 Documents load_sound_documents(LanguageFiles files, const std::vector<HandlersLibrary> &libraries) {

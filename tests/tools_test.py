@@ -1,6 +1,6 @@
 """The subcommands of cli-shell for those who write a language: preview, test, reference, and the guide's samples.
 
-With UPDATE=1 in the environment the guide's sessions are rewritten to what is printed now."""
+With UPDATE=1 in the environment the guide's sessions and findings are rewritten to what is printed now."""
 
 import os
 import pathlib
@@ -132,7 +132,7 @@ class Reference(Case):
 
 
 class Guide(Case):
-    BLOCK = re.compile(r"^```(json|session)(?: (\S+))?\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+    BLOCK = re.compile(r"^```(json|findings|session)(?: (\S+))?\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
     def test_its_samples(self):
         guide = GUIDE.read_text()
@@ -143,12 +143,17 @@ class Guide(Case):
             kind, name, content = block.groups()
             if kind == "json":
                 self.file(name, content)
-                if not name.endswith(".privileges.json"):
+                if not name.endswith(".privileges.json") and not name.startswith("wrong"):
                     out, err, status = run("check", self.folder / name)
                     self.assertEqual(0, status, out + err)
                     if not name.startswith("pitfall"):
                         self.assertNotIn(" warning: ", out)
                 return block.group(0)
+            if kind == "findings":
+                found = run("check", self.folder / name)[0].replace(f"{self.folder}/", "")
+                if not os.environ.get("UPDATE"):
+                    self.assertEqual(content, found)
+                return f"```findings {name}\n{found}```"
             sessions += 1
             script = self.file("guide.session", content)
             out, err, status = run("test", *(["--update"] if os.environ.get("UPDATE") else []), script)
