@@ -106,9 +106,8 @@ void list_available(cli *engine) {
   if (nodes.size == 0) {
     return;
   }
-  std::puts("Available: ");
   const NodeTable table{*state.text, nodes};
-  table.print("\t", ":", [](const cli_node &node) { return node.type != TYPE_ALIAS; });
+  table.print("Available: \n", "\t", ":", [](const cli_node &node) { return node.type != TYPE_ALIAS; });
 }
 
 }  // namespace

@@ -105,7 +105,7 @@ void help(cli *engine, const char *line) {
 
   PtrVector &nodes = partial.available();
   keep_helpful(nodes, partial.word());
-  NodeTable{text, nodes}.print("", "", [](const cli_node &) { return true; });
+  NodeTable{text, nodes}.print("", "", "", [](const cli_node &) { return true; });
   if (partial.is_partial() && nodes.size == 0) {
     std::puts(kUnrecognized);
   } else if (is_complete_command(partial.selected())) {
