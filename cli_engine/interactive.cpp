@@ -101,11 +101,11 @@ void help(cli *engine, const char *line) {
   libglobal::append(text, "> [");
   const int width = cli_print_command(tokenizer_first(&engine->tokenizer), &text, 1, nullptr);
   libglobal::append(text, "?]\n");
-  std::fwrite(text.data, 1, text.len, stdout);
+  write_out(text);
 
   PtrVector &nodes = partial.available();
   keep_helpful(nodes, partial.word());
-  NodeTable{text, nodes}.print("", "", "", [](const cli_node &) { return true; });
+  NodeTable{text, nodes}.print("", "", [](const cli_node &) { return true; });
   if (partial.is_partial() && nodes.size == 0) {
     std::puts(kUnrecognized);
   } else if (is_complete_command(partial.selected())) {

@@ -18,24 +18,29 @@ inline constexpr std::string_view kReset = "\033[m";
 // Tokenizes a line and parses it from the present mode into the parser's own error record.
 cli_node *parse_line(cli *engine, const char *line, int cursor);
 
+// Writes a text to standard output and empties it.
+inline void write_out(DynString &text) {
+  std::fwrite(text.data, 1, text.len, stdout);
+  libglobal::clear(text);
+}
+
 // A table is written in pieces of about so many bytes.
 inline constexpr std::size_t kWrittenAtOnce = 1024;
 
-// Nodes with their help texts on standard output, a line each, the help texts in one column.
+// Nodes with their help texts on standard output, a line each, the help texts in one column. What the text holds before
+// is written with them.
 class NodeTable {
  public:
-  NodeTable(DynString &scratch, PtrVector &nodes) : text_(scratch), nodes_(nodes) {}
+  NodeTable(DynString &text, PtrVector &nodes) : text_(text), nodes_(nodes) {}
 
-  // Prints the heading and those nodes that `shown` is true for, with `before` and `after` around the notation.
+  // Prints those that `shown` is true for, with `before` and `after` around the notation.
   template <class Shown>
-  void print(std::string_view heading, std::string_view before, std::string_view after, Shown shown) const {
+  void print(std::string_view before, std::string_view after, Shown shown) const {
     int widest = 0;
     for_each(shown, [&](const cli_node &node) {
       const int width = visible_width(node, text_);
       widest = width > widest ? width : widest;
     });
-    libglobal::clear(text_);
-    libglobal::append(text_, heading);
     for_each(shown, [&](const cli_node &node) {
       libglobal::append(text_, before);
       const int width = print_node(node, nullptr, text_, true);
@@ -43,10 +48,10 @@ class NodeTable {
       libglobal::fill(text_, ' ', static_cast<std::size_t>(widest - width));
       libglobal::append_all(text_, "\t", node.help, "\n");
       if (text_.len >= kWrittenAtOnce) {
-        write();
+        write_out(text_);
       }
     });
-    write();
+    write_out(text_);
   }
 
  private:
@@ -58,11 +63,6 @@ class NodeTable {
         visit(node);
       }
     }
-  }
-
-  void write() const {
-    std::fwrite(text_.data, 1, text_.len, stdout);
-    libglobal::clear(text_);
   }
 
   DynString &text_;
