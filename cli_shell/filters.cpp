@@ -1,7 +1,7 @@
 #include "cli_shell/filters.hpp"
 
 #include <fcntl.h>
-#include <regex.h>
+#include <re2/re2.h>
 #include <strings.h>
 
 #include <cerrno>
@@ -20,39 +20,35 @@ namespace {
 
 // ---- The filters
 
-// A POSIX extended regular expression.
+// A POSIX extended regular expression. The engine's time grows with the text and its memory not at all, whatever the
+// pattern: operators type patterns into devices that have other things to do.
 class Regex {
  public:
   // The message when the pattern is none, else "".
   std::string compile(const std::string &pattern) {
-    const int code = regcomp(&regex_, pattern.c_str(), REG_EXTENDED);
-    if (code != 0) {
-      char reason[256];
-      regerror(code, &regex_, reason, sizeof reason);
-      return "Invalid regular expression '" + pattern + "': " + reason;
+    if (pattern.size() > kLongest) {
+      return "The regular expression is too long: at most " + std::to_string(kLongest) + " bytes";
     }
-    compiled_ = true;
-    return "";
-  }
-  Regex() = default;
-  Regex(const Regex &) = delete;
-  Regex &operator=(const Regex &) = delete;
-  ~Regex() {
-    if (compiled_) regfree(&regex_);
+    RE2::Options options(RE2::POSIX);
+    options.set_perl_classes(true);
+    options.set_word_boundary(true);
+    options.set_log_errors(false);
+    options.set_max_mem(kMemory);
+    regex_.emplace(pattern, options);
+    return regex_->ok() ? "" : "Invalid regular expression '" + pattern + "': " + regex_->error();
   }
 
   // Colours are no part of what a user sees as the line's text.
   bool matches(std::string_view line) {
     const std::string_view text = without_sequences(line, buffer_);
-    regmatch_t range;
-    range.rm_so = 0;
-    range.rm_eo = static_cast<regoff_t>(text.size());
-    return regexec(&regex_, text.data(), 1, &range, REG_STARTEND) == 0;
+    return regex_->Match(text, 0, text.size(), RE2::UNANCHORED, nullptr, 0);
   }
 
  private:
-  regex_t regex_;
-  bool compiled_ = false;
+  static constexpr size_t kLongest = 1024;
+  static constexpr int64_t kMemory = 1 << 20;
+
+  std::optional<RE2> regex_;
   std::string buffer_;
 };
 

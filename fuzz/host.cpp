@@ -79,6 +79,7 @@ Host::Host(json_t *definitions, json_t *privileges) {
 }
 
 Host::~Host() {
+  cli_debug_dump(&engine_);
   cli_free(&engine_);
   validator_typesystem_free(types_);
 }

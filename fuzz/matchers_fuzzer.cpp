@@ -21,12 +21,14 @@ int verdict(const validator &v, const std::string &text) {
   return result;
 }
 
-// Texts of these types and no others never become values again by growing, once they are refused.
+// Texts of these types and no others never become values again by growing, once they are refused; but for a part of an
+// IPv4 address that begins as a hexadecimal number and has no digit yet.
 void check_prefixes(const validator &v, const std::string &text) {
   const std::string type = v.type->name;
   if ((type != "time" && type != "IPv6Address") || v.flags != 0) return;
   for (size_t length = 0; length < text.size(); length++) {
-    FUZZ_REQUIRE(verdict(v, text.substr(0, length)) != MATCH_NONE);
+    const std::string prefix = text.substr(0, length);
+    FUZZ_REQUIRE(verdict(v, prefix) != MATCH_NONE || prefix.ends_with("0x") || prefix.ends_with("0X"));
   }
 }
 

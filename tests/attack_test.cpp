@@ -1,4 +1,5 @@
 // What no one does on purpose: memory that runs out, lines and languages of any size, Ctrl-C at any moment.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -6,7 +7,7 @@
 
 #include <functional>
 #include <random>
-#include <regex>
+#include <sstream>
 
 #include "cli_engine/table.h"
 #include "engine_support.hpp"
@@ -136,7 +137,14 @@ Ending end_of(const std::function<void()> &function) {
 
 // With a text or a value less, what is printed is the same but for the help of "exit" and for null.
 std::string without_what_may_lack(const std::string &printed) {
-  return std::regex_replace(printed, std::regex("(\n[nsek]: ).*|Exit from .*configure mode"), "$1");
+  std::istringstream lines(printed);
+  std::string kept;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find(": ") == 1) line.resize(1);
+    if (line.find("Exit from ") != std::string::npos) line.resize(line.find("Exit from "));
+    kept += line + '\n';
+  }
+  return kept;
 }
 
 TEST(Memory, EveryAllocationFailsOnce) {
@@ -146,9 +154,9 @@ TEST(Memory, EveryAllocationFailsOnce) {
   const Json words{json_array()};
   const Ending normal = end_of([&] { live(document, privileges, words); });
   ASSERT_EQ(normal.status, 0) << normal.reported;
-  const std::regex report(
+  const auto is_the_report = testing::MatchesRegex(
       "(cli_engine|libglobal)/[a-z_]+:_x(malloc|calloc|realloc|memdup): assertion \"pointer != NULL\" "
-      "failed: x\\2 failed at func [a-zA-Z_]+:[0-9]+ \\((cli_engine|libglobal)/[a-z_]+\\)\n");
+      "failed: x[a-z]+ failed at func [a-zA-Z_]+:[0-9]+ \\((cli_engine|libglobal)/[a-z_]+\\)\n");
   int reports = 0, lacks = 0;
   for (int n = 0;; n++) {
     const Ending ending = end_of([&] {
@@ -159,7 +167,7 @@ TEST(Memory, EveryAllocationFailsOnce) {
     if (WIFEXITED(ending.status) && WEXITSTATUS(ending.status) == 42) break;
     if (WIFSIGNALED(ending.status)) {
       EXPECT_EQ(WTERMSIG(ending.status), SIGABRT) << n;
-      EXPECT_TRUE(std::regex_match(ending.reported, report)) << n << ending.reported;
+      EXPECT_THAT(ending.reported, is_the_report) << n;
       reports++;
     } else {
       EXPECT_EQ(ending.status, 0) << n << ending.printed << ending.reported;
