@@ -426,7 +426,7 @@ class Loader {
         return "; did you mean " + quoted(row.name) + "?";
       }
     }
-    return "; the types of a host are known to its handlers library";
+    return "; those of a host are known with --handlers";
   }
 
   const Host &host_;

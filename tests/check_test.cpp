@@ -336,15 +336,18 @@ TEST(CheckReport, FindingsStandWhereTheyAreInTheOrderOfTheDocuments) {
       " \"s\": {\"#help\": \"h\", \"#handler\": \"f\", \"#args\": [{\"#type\": \"key\", \"#name\": \"k\", \"#help\": "
       "\"h\",\n"
       "  \"#args\": [{\"#type\": \"Int\", \"#name\": \"v\\n\", \"#help\": \"h\"}]}]}}",
-      "{\"1\": {}}");
-  EXPECT_EQ(checked.report(print_as_text),
-            "d.json:2:2: error: \"\xc3\xa9t\xc3\xa9\": \"#help\" is missing [missing-help]\n"
-            "d.json:2:27: warning: \"\xc3\xa9t\xc3\xa9\": nothing reads \"#optinal\"; did you mean \"#optional\"? "
-            "[unread-member]\n"
-            "d.json:4:23: error: \"s\", argument \"k v\\x0a\": there is no type \"Int\"; did you mean \"int\"? "
-            "[unknown-type]\n"
-            "p.json:1:7: error: \"1\": a privilege entry needs a \"Name\" that is a string [privilege-entry]\n"
-            "p.json:1:7: error: \"1\": a privilege entry needs a \"Prompt\" that is a string [privilege-entry]\n");
+      R"({"1": {}, "2": {"Name": "S", "Prompt": "x", "Level": 1}})");
+  EXPECT_EQ(
+      checked.report(print_as_text),
+      "d.json:2:2: error: \"\xc3\xa9t\xc3\xa9\": \"#help\" is missing [missing-help]\n"
+      "d.json:2:27: warning: \"\xc3\xa9t\xc3\xa9\": nothing reads \"#optinal\"; did you mean \"#optional\"? "
+      "[unread-member]\n"
+      "d.json:4:23: error: \"s\", argument \"k v\\x0a\": there is no type \"Int\"; did you mean \"int\"? "
+      "[unknown-type]\n"
+      "p.json:1:7: error: \"1\": a privilege entry needs a \"Name\" that is a string [privilege-entry]\n"
+      "p.json:1:7: error: \"1\": a privilege entry needs a \"Prompt\" that is a string [privilege-entry]\n"
+      "p.json:1:11: warning: \"2\": there is no command \"S\" in the mode \"x\"; did you mean the \"Name\" \"s\" with "
+      "the \"Prompt\" \"\"? [unmatched-privilege]\n");
   EXPECT_EQ(Checked("{\"a\": {\"#help\": \"h\", \"#handler\": \"f\"}}").report(print_as_text), "");
 }
 
