@@ -61,16 +61,16 @@ class Members {
 constexpr const char *kCommandArgs[] = {
     "",
     R"(,"#args":[{"#type":"int","#name":"size","#help":"A size","#min_inclusive":1,"#max_inclusive":9000}])",
-    R"(,"#args":[{"#type":"int","#name":"size","#help":"A size","#min_inclusive":1,"#max_inclusive":9000},)"
-    R"({"#type":"IPv4Address","#name":"address","#help":"An address"}])",
+    (R"(,"#args":[{"#type":"int","#name":"size","#help":"A size","#min_inclusive":1,"#max_inclusive":9000},)"
+     R"({"#type":"IPv4Address","#name":"address","#help":"An address"}])"),
 };
 
 constexpr const char *kSettingArgs[] = {
     R"(,"#args":[{"#type":"int","#name":"value","#help":"A number","#min_inclusive":0,"#max_inclusive":9000}])",
     R"(,"#args":[{"#type":"IPv4Address","#name":"value","#help":"An address"}])",
     R"(,"#args":[{"#type":"string","#name":"value","#help":"A text","#max_length":32}])",
-    R"(,"#args":[{"#type":"key","#name":"mode","#help":"How","#args":[)"
-    R"({"#type":"string","#name":"value","#help":"One of three","#enum":["auto","full","half"]}]}])",
+    (R"(,"#args":[{"#type":"key","#name":"mode","#help":"How","#args":[)"
+     R"({"#type":"string","#name":"value","#help":"One of three","#enum":["auto","full","half"]}]}])"),
 };
 
 void add_definition(Members &members, const std::string &name, const std::string &help, const char *args) {

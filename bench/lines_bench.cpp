@@ -152,6 +152,19 @@ class InvalidArgument : public Failing {
   explicit InvalidArgument(int commands) : Failing(commands, "x", E_INVALID_ARGUMENT) {}
 };
 
+// The last argument is not given.
+class MissingArgument : public Failing {
+ public:
+  explicit MissingArgument(int commands) : Failing(commands, "", E_INCOMPLETE) {
+    std::vector<std::string> cut;
+    for (std::size_t i = 0; i < lines().size(); i++) {
+      const std::string line = lines().at(i);
+      cut.push_back(line.substr(0, line.rfind(' ')));
+    }
+    use(std::move(cut));
+  }
+};
+
 // The list of what may come instead names every command; so the parse alone is measured.
 class Parse : public bench::Path {
  public:
@@ -194,6 +207,7 @@ const bench::Registration kRows[] = {
     {"lines/mode_entry", bench::siblings(), bench::make_path<Entry>},
     {"lines/extra_word", bench::siblings(), bench::make_path<ExtraWord>},
     {"lines/invalid_argument", bench::siblings(), bench::make_path<InvalidArgument>},
+    {"lines/missing_argument", bench::siblings(), bench::make_path<MissingArgument>},
     {"lines/ambiguous_word", bench::siblings(), bench::make_path<AmbiguousWord>},
     {"lines/unknown_word", bench::siblings(), bench::make_path<UnknownWord>},
 };

@@ -229,8 +229,8 @@ CLI_API void cli_pop_subconfig(cli *engine);
 /* Leaves all modes. */
 CLI_API void cli_reset_subconfig(cli *engine);
 
-/* Replaces parts of the prompt: null, or 0 for the end, leaves a part as it is. Host and mode keep at most 31 bytes,
- * the name 15; a UTF-8 character is not cut in two. */
+/* Replaces parts of the prompt: null, or 0 for the end, leaves a part as it is. Host and mode keep at most 31 bytes
+ * and whole UTF-8 characters, the name just its first 15 bytes. */
 CLI_API void cli_set_prompt(cli *engine, const char *host, const char *name, const char *mode, char end);
 
 /* The text of a "#prompt" value whose condition holds now: borrowed from the document. The name is for messages. */

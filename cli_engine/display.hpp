@@ -9,7 +9,7 @@ namespace cli_engine {
 // As cli_print_node.
 int print_node(const cli_node &node, const token *tok, DynString &out, bool colour);
 
-// What print_node returns for the node's syntax; scratch may be overwritten.
+// What print_node returns for the node's syntax; scratch is left as it was.
 int visible_width(const cli_node &node, DynString &scratch);
 
 }  // namespace cli_engine

@@ -24,11 +24,6 @@ const char *message_of(int code) {
   return code >= E_OK && code <= E_INCOMPLETE ? kMessages[code] : "UNKNOWN";
 }
 
-void write_line(DynString &text) {
-  libglobal::append(text, '\n');
-  std::fwrite(text.data, 1, text.len, stdout);
-}
-
 // Leaves modes until `mode` is the present one; false when it is none of the enclosing ones.
 bool leave_modes_to(cli *engine, const cli_node *mode) {
   while (engine->current != mode && engine->mode_stack.first != nullptr) {
@@ -42,7 +37,8 @@ void run_command(cli *engine, cli_node *command) {
   libglobal::clear(echo);
   const token *const first = first_token(&engine->tokenizer);
   cli_print_command(tokenizer_first(&engine->tokenizer), &echo, 1, nullptr);
-  write_line(echo);
+  libglobal::append(echo, '\n');
+  write_out(echo);
   if (engine->parser.root != engine->current) {
     libglobal::require(first != nullptr && first->node != nullptr, "first_node", kSource, __func__);
     const cli_node &word = *first->node;
@@ -75,14 +71,12 @@ const char *place_of(const cli_node *node) {
   return node == nullptr ? "" : node->name;
 }
 
-void report_error(cli *engine) {
+void describe_error(cli *engine, DynString &text) {
   const parser_error &error = *engine->parser.error;
   if (error.errcode == E_OK) {
-    std::puts(message_of(error.errcode));
+    libglobal::append_all(text, message_of(error.errcode), "\n");
     return;
   }
-  DynString &text = *state_of(engine->parser).text;
-  libglobal::clear(text);
   token *rest = nullptr;
   const int width = cli_print_command(tokenizer_first(&engine->tokenizer), &text, 1, &rest);
   libglobal::append(text, kErrorColour);
@@ -93,21 +87,22 @@ void report_error(cli *engine) {
   libglobal::fill(text, ' ', static_cast<std::size_t>(width));
   const std::string_view blamed = rest == nullptr ? std::string_view{} : text_of(*rest);
   libglobal::append_all(text, "^\n", kMessageColour, message_of(error.errcode), kReset, " at '", blamed, "': '",
-                        place_of(error.node), "'");
-  write_line(text);
+                        place_of(error.node), "'\n");
 }
 
-void list_available(cli *engine) {
+// Prints what the text holds, and what may come at the place that the line reached.
+void list_available(cli *engine, DynString &text) {
   ParserState &state = state_of(engine->parser);
   PtrVector &nodes = *state.nodes;
   const parser_error outcome = *engine->parser.error;
   get_available_nodes(engine->parser, &nodes, {});
   *engine->parser.error = outcome;  // the host may ask how the line ended
   if (nodes.size == 0) {
+    write_out(text);
     return;
   }
-  std::puts("Available: ");
-  const NodeTable table{*state.text, nodes};
+  libglobal::append(text, "Available: \n");
+  const NodeTable table{text, nodes};
   table.print("\t", ":", [](const cli_node &node) { return node.type != TYPE_ALIAS; });
 }
 
@@ -132,18 +127,15 @@ void cli_execute(cli *engine, const char *line) {
     cli_engine::run_command(engine, selected);
     return;
   }
-  if (selected != nullptr && selected->type == TYPE_WORD) {
-    cli_engine::list_available(engine);
-    return;
-  }
-  if (selected == nullptr || engine->parser.error->errcode != E_OK) {
-    cli_engine::report_error(engine);
-    cli_engine::list_available(engine);
-    return;
-  }
-  if (selected->type == TYPE_SUBCONFIG && selected->parent != nullptr) {
+  const bool failed = selected == nullptr || (selected->type != TYPE_WORD && engine->parser.error->errcode != E_OK);
+  if (!failed && selected->type == TYPE_SUBCONFIG && selected->parent != nullptr) {
     cli_engine::enter_mode(engine, selected);
     return;
   }
-  cli_engine::list_available(engine);
+  DynString &text = *cli_engine::state_of(engine->parser).text;
+  libglobal::clear(text);
+  if (failed) {
+    cli_engine::describe_error(engine, text);
+  }
+  cli_engine::list_available(engine, text);
 }

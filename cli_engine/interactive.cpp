@@ -101,7 +101,7 @@ void help(cli *engine, const char *line) {
   libglobal::append(text, "> [");
   const int width = cli_print_command(tokenizer_first(&engine->tokenizer), &text, 1, nullptr);
   libglobal::append(text, "?]\n");
-  std::fwrite(text.data, 1, text.len, stdout);
+  write_out(text);
 
   PtrVector &nodes = partial.available();
   keep_helpful(nodes, partial.word());

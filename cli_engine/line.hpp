@@ -18,10 +18,20 @@ inline constexpr std::string_view kReset = "\033[m";
 // Tokenizes a line and parses it from the present mode into the parser's own error record.
 cli_node *parse_line(cli *engine, const char *line, int cursor);
 
-// Nodes with their help texts on standard output, a line each, the help texts in one column.
+// Writes a text to standard output and empties it.
+inline void write_out(DynString &text) {
+  std::fwrite(text.data, 1, text.len, stdout);
+  libglobal::clear(text);
+}
+
+// A table is written in pieces of about so many bytes.
+inline constexpr std::size_t kWrittenAtOnce = 1024;
+
+// Nodes with their help texts on standard output, a line each, the help texts in one column. What the text holds before
+// is written with them.
 class NodeTable {
  public:
-  NodeTable(DynString &scratch, PtrVector &nodes) : text_(scratch), nodes_(nodes) {}
+  NodeTable(DynString &text, PtrVector &nodes) : text_(text), nodes_(nodes) {}
 
   // Prints those that `shown` is true for, with `before` and `after` around the notation.
   template <class Shown>
@@ -32,14 +42,16 @@ class NodeTable {
       widest = width > widest ? width : widest;
     });
     for_each(shown, [&](const cli_node &node) {
-      libglobal::clear(text_);
       libglobal::append(text_, before);
       const int width = print_node(node, nullptr, text_, true);
       libglobal::append(text_, after);
       libglobal::fill(text_, ' ', static_cast<std::size_t>(widest - width));
       libglobal::append_all(text_, "\t", node.help, "\n");
-      std::fwrite(text_.data, 1, text_.len, stdout);
+      if (text_.len >= kWrittenAtOnce) {
+        write_out(text_);
+      }
     });
+    write_out(text_);
   }
 
  private:

@@ -344,7 +344,9 @@ class Loader {
     } else if (is_declared && parent.mode_prompt != nullptr) {
       lookup_prompt = mode_prompt;
     }
-    const int32_t level = privileges_.level(lookup_prompt, outer_.text(), outer_.hash(), key);
+    // A reload does not check all variants: the chosen one may lack its value, which is reported when the node is made.
+    const int32_t level =
+        lookup_prompt == nullptr ? 0 : privileges_.level(lookup_prompt, outer_.text(), outer_.hash(), key);
     const int32_t privilege = level >= 1 ? level : parent.privilege;
     if (static_cast<std::uint32_t>(privilege) > kHighestPrivilege) {
       const char *reason = dlerror();

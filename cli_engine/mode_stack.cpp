@@ -16,21 +16,18 @@ void push(cli *engine, cli_node *node) {
   stack.last_link = &node->subconfig.stack_link.next;
 }
 
-// Unlinks the innermost mode, which is engine->current, and returns the mode that it was entered from.
+// Unlinks the innermost mode and returns the one that it was entered from. A host that loads definitions inside a mode
+// has made the root the present one, so what is unlinked need not be that.
 cli_node *pop(cli *engine) {
   cli_node_list &stack = engine->mode_stack;
-  cli_node *const node = engine->current;
-  cli_node **const place = node->subconfig.stack_link.prev_link;
-  *place = nullptr;
-  stack.last_link = place;
-  node->subconfig.stack_link = {nullptr, nullptr};
-  if (place == &stack.first) {
-    return &engine->root;
+  cli_node *before = &engine->root;
+  cli_node *last = stack.first;
+  for (; last->subconfig.stack_link.next != nullptr; last = last->subconfig.stack_link.next) {
+    before = last;
   }
-  cli_node *before = stack.first;
-  while (&before->subconfig.stack_link.next != place) {
-    before = before->subconfig.stack_link.next;
-  }
+  stack.last_link = last->subconfig.stack_link.prev_link;
+  *stack.last_link = nullptr;
+  last->subconfig.stack_link = {nullptr, nullptr};
   return before;
 }
 

@@ -79,8 +79,10 @@ int visible_width(const cli_node &node, DynString &scratch) {
   if (node.type != TYPE_VALUE) {
     return static_cast<int>(node.name_len);
   }
-  libglobal::clear(scratch);
-  return print_node(node, nullptr, scratch, false);
+  const std::size_t before = scratch.len;
+  const int width = print_node(node, nullptr, scratch, false);
+  libglobal::truncate(scratch, before);
+  return width;
 }
 
 int print_node(const cli_node &node, const token *tok, DynString &out, bool colour) {

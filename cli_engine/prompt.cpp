@@ -77,7 +77,9 @@ void cli_set_prompt(cli *engine, const char *host, const char *name, const char 
     set_part(engine->prompt_host, host);
   }
   if (name != nullptr) {
-    set_part(engine->prompt_name, name);
+    const std::size_t length = strnlen(name, sizeof engine->prompt_name - 1);
+    std::memmove(engine->prompt_name, name, length);
+    engine->prompt_name[length] = '\0';
   }
   if (mode != nullptr) {
     set_part(engine->prompt_mode, mode);

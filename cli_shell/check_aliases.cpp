@@ -114,7 +114,7 @@ bool words_stand_alone(const Node &alias) {
 std::string line_of(const Node &alias) {
   std::string line(alias_text(alias));
   for (const Node *at = alias.parent; at->kind != NodeKind::kMode; at = at->parent) {
-    line.insert(0, std::string(at->name) + " ");
+    line.insert(0, " ").insert(0, at->name);
   }
   return line;
 }

@@ -14,12 +14,14 @@ bool is_optional(const Node *argument) {
   return !argument->is_required;
 }
 
-void collect_keys(const Node &argument, std::vector<const Node *> &keys) {
-  if (argument.kind == NodeKind::kKey) {
-    keys.push_back(&argument);
-  }
-  for (const Node *inner : argument.args) {
-    collect_keys(*inner, keys);
+// The keyword or value, or those of a group without a name. Groups that have one may share it, as parts of one thing.
+void collect_named(const Node &argument, std::vector<const Node *> &named) {
+  if (argument.kind != NodeKind::kGroup) {
+    named.push_back(&argument);
+  } else if (argument.name.empty()) {
+    for (const Node *inner : argument.args) {
+      collect_named(*inner, named);
+    }
   }
 }
 
@@ -57,7 +59,10 @@ class ArgumentWarnings {
     if (node.kind == NodeKind::kMode) {
       look_at_open(argument);
     } else if (!node.words.empty()) {
-      argument.is_required ? look_at_hidden_words(node, argument) : look_at_taken(node, argument);
+      if (argument.is_required) {
+        look_at_hidden_words(node, argument);
+      }
+      look_at_taken(node, argument);
     }
   }
 
@@ -87,10 +92,8 @@ class ArgumentWarnings {
 
   // A keyword is taken before a word of the same beginning, wherever it stands among the arguments.
   void look_at_taken(const Node &node, const Node &argument) {
-    std::vector<const Node *> keys;
-    collect_keys(argument, keys);
-    for (const Node *key : keys) {
-      if (key->name.empty()) {
+    for (const auto &[key, member] : beside_words(argument)) {
+      if (key->kind != NodeKind::kKey || key->name.empty()) {
         continue;
       }
       const auto word = closest_word(node, key->name);
@@ -135,6 +138,25 @@ class ArgumentWarnings {
     }
     for (const Contest &contest : contests_of(group)) {
       look_at_keys(contest);
+    }
+    if (group.mode != GroupMode::kExclusive) {
+      look_at_names(group);
+    }
+  }
+
+  // Members that a line can give together, by the names that lead to them.
+  void look_at_names(const Node &group) {
+    std::map<std::string_view, const Node *, WordOrder> first;
+    for (const Node *member : group.args) {
+      std::vector<const Node *> named;
+      collect_named(*member, named);
+      for (const Node *node : named) {
+        const Node *earlier = first.try_emplace(node->name, member).first->second;
+        if (earlier != member) {
+          add(*node, Rule::kUnreachableName,
+              "handlers and conditions that ask for this name get the argument of that name that stands before it");
+        }
+      }
     }
   }
 

@@ -21,6 +21,27 @@ void append_first(const Node &argument, const Node *member, Candidates &out) {
   }
 }
 
+// What can still be given when nothing is missing any more.
+void append_last(const Node &argument, Candidates &out) {
+  const std::vector<Node *> &args = argument.args;
+  auto next = args.begin();
+  if (argument.kind == NodeKind::kGroup && argument.mode == GroupMode::kExclusive) {
+    for (const Node *alternative : args) {
+      append_last(*alternative, out);
+    }
+    return;
+  }
+  const auto last_required = std::find_if(args.rbegin(), args.rend(), [](const Node *arg) { return arg->is_required; });
+  if (last_required != args.rend()) {
+    append_last(**last_required, out);
+    next = last_required.base();
+  }
+  for (; next != args.end(); ++next) {
+    append_first(**next, *next, out);
+    append_last(**next, out);
+  }
+}
+
 }  // namespace
 
 std::vector<Contest> contests_of(const Node &group) {
@@ -37,18 +58,18 @@ std::vector<Contest> contests_of(const Node &group) {
 }
 
 bool may_stay_open(const Node &argument) {
-  const std::vector<Node *> &args = argument.args;
-  switch (argument.kind) {
-    case NodeKind::kKey:
-      return !args.empty() && (!args[0]->is_required || may_stay_open(*args[0]));
-    case NodeKind::kGroup:
-      if (argument.mode == GroupMode::kExclusive) {
-        return std::any_of(args.begin(), args.end(), [](const Node *arg) { return may_stay_open(*arg); });
-      }
-      return !args.empty() && (!args.back()->is_required || may_stay_open(*args.back()));
-    default:
-      return false;
+  Candidates last;
+  append_last(argument, last);
+  return !last.empty();
+}
+
+Candidates beside_words(const Node &argument) {
+  Candidates candidates;
+  if (!argument.is_required) {
+    append_first(argument, &argument, candidates);
   }
+  append_last(argument, candidates);
+  return candidates;
 }
 
 }  // namespace cli_check

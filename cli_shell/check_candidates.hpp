@@ -28,6 +28,9 @@ struct Contest {
 // Can the argument be given and yet go on taking words of the line?
 [[nodiscard]] bool may_stay_open(const Node &argument);
 
+// What can be given where a word may stand as well, because nothing of a command's argument is missing there.
+[[nodiscard]] Candidates beside_words(const Node &argument);
+
 }  // namespace cli_check
 
 #endif

@@ -82,12 +82,12 @@ class Places {
   };
 
   Place of(const Finding &finding) {
-    if (finding.document != document_) {
-      document_ = finding.document;
+    if (&finding.document.get() != document_) {
+      document_ = &finding.document.get();
       at_ = 0;
       place_ = {1, 1};
     }
-    const std::string &bytes = document_->bytes;
+    const std::string &bytes = finding.document.get().bytes;
     for (; at_ < finding.offset && at_ < bytes.size(); ++at_) {
       if (bytes[at_] == '\n') {
         place_ = {place_.line + 1, 1};
@@ -104,6 +104,14 @@ class Places {
   std::size_t at_ = 0;
   Place place_ = {1, 1};
 };
+
+std::string as_line(const Finding &finding, const Places::Place &place) {
+  const RuleRow &rule = rule_row(finding.rule);
+  std::string line = finding.document.get().file;
+  line.append(":").append(std::to_string(place.line)).append(":").append(std::to_string(place.column));
+  line.append(": ").append(severity_name(rule.severity)).append(": ").append(finding.where);
+  return line.append(finding.where.empty() ? "" : ": ").append(finding.text).append(" [").append(rule.name).append("]");
+}
 
 void print_json_string(std::string_view text, std::FILE *out) {
   std::fputc('"', out);
@@ -143,7 +151,7 @@ std::string_view severity_name(Severity severity) {
 }
 
 void Findings::add(Rule rule, const JsonDocument &document, uint32_t offset, std::string where, std::string text) {
-  findings_.push_back({rule, &document, offset, std::move(where), std::move(text)});
+  findings_.push_back({rule, document, offset, std::move(where), std::move(text)});
 }
 
 std::size_t Findings::count(Severity severity) const {
@@ -153,7 +161,7 @@ std::size_t Findings::count(Severity severity) const {
 
 void Findings::sort(std::span<const JsonDocument *const> documents) {
   const auto order = [documents](const Finding &finding) {
-    return std::tuple(std::find(documents.begin(), documents.end(), finding.document), finding.offset);
+    return std::tuple(std::find(documents.begin(), documents.end(), &finding.document.get()), finding.offset);
   };
   std::stable_sort(findings_.begin(), findings_.end(),
                    [&](const Finding &a, const Finding &b) { return order(a) < order(b); });
@@ -181,12 +189,17 @@ std::string quoted(std::string_view text) {
 void print_as_text(const Findings &findings, std::FILE *out) {
   Places places;
   for (const Finding &finding : findings.all()) {
-    const auto [line, column] = places.of(finding);
-    const RuleRow &rule = rule_row(finding.rule);
-    std::fprintf(out, "%s:%zu:%zu: %s: %s%s%s [%s]\n", finding.document->file.c_str(), line, column,
-                 severity_name(rule.severity).data(), finding.where.c_str(), finding.where.empty() ? "" : ": ",
-                 finding.text.c_str(), rule.name.data());
+    std::fprintf(out, "%s\n", as_line(finding, places.of(finding)).c_str());
   }
+}
+
+std::string first_error(const Findings &findings) {
+  for (const Finding &finding : findings.all()) {
+    if (rule_row(finding.rule).severity == Severity::kError) {
+      return as_line(finding, Places().of(finding));
+    }
+  }
+  return "";
 }
 
 void print_as_json(const Findings &findings, std::FILE *out) {
@@ -196,7 +209,7 @@ void print_as_json(const Findings &findings, std::FILE *out) {
     const auto [line, column] = places.of(finding);
     const RuleRow &rule = rule_row(finding.rule);
     std::fprintf(out, "%s{\"file\": ", before);
-    print_json_string(finding.document->file, out);
+    print_json_string(finding.document.get().file, out);
     std::fprintf(out, ", \"line\": %zu, \"column\": %zu", line, column);
     print_json_member("severity", severity_name(rule.severity), out);
     print_json_member("rule", rule.name, out);

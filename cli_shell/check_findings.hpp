@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -89,7 +90,7 @@ struct RuleRow {
 
 struct Finding {
   Rule rule;
-  const JsonDocument *document;
+  std::reference_wrapper<const JsonDocument> document;
   uint32_t offset;
   std::string where;  // the definition in words, may be empty
   std::string text;
@@ -114,6 +115,9 @@ class Findings {
 // One line for each finding, or one JSON array. The findings must be sorted.
 void print_as_text(const Findings &findings, std::FILE *out);
 void print_as_json(const Findings &findings, std::FILE *out);
+
+// The line of the first error, or nothing when there is none. The findings must be sorted.
+[[nodiscard]] std::string first_error(const Findings &findings);
 
 }  // namespace cli_check
 

@@ -23,6 +23,7 @@ enum class BaseType : uint8_t { kText, kInt, kUnsigned };
 [[nodiscard]] bool same_letters(std::string_view a, std::string_view b);
 [[nodiscard]] bool begins_with(std::string_view text, std::string_view beginning);
 struct WordOrder {
+  using is_transparent = void;
   bool operator()(std::string_view a, std::string_view b) const;
 };
 
@@ -61,12 +62,20 @@ struct PrivilegeEntry {
   bool is_matched;   // a definition was looked up by them
 };
 
+// What a definition was looked up by in the privilege table.
+struct PrivilegeLookup {
+  const Node *node;
+  std::string name;
+  std::string_view prompt;
+};
+
 struct Language {
   const JsonDocument *definitions = nullptr;
   const JsonDocument *privileges = nullptr;  // null when there is none
   Node root;
   std::deque<Node> nodes;  // all but the root, in the order of their declaration
   std::vector<PrivilegeEntry> entries;
+  std::vector<PrivilegeLookup> lookups;  // when there are entries
 
   Language() { root.kind = NodeKind::kMode; }
 };

@@ -254,8 +254,11 @@ class Loader {
     } else if (is_mode && parent.parent != nullptr && !parent.is_builtin) {
       prompt = node.mode_prompt;
     }
-    PrivilegeEntry *entry =
-        language_.entries.empty() ? nullptr : privileges_.find(prompt, outer_words(current) + std::string(member.name));
+    PrivilegeEntry *entry = nullptr;
+    if (!language_.entries.empty()) {
+      language_.lookups.push_back({&node, outer_words(current) + std::string(member.name), prompt});
+      entry = privileges_.find(prompt, language_.lookups.back().name);
+    }
     if (entry != nullptr) {
       entry->is_matched = true;
     }
@@ -423,7 +426,7 @@ class Loader {
         return "; did you mean " + quoted(row.name) + "?";
       }
     }
-    return "; the types of a host are known to its handlers library";
+    return "; those of a host are known with --handlers";
   }
 
   const Host &host_;

@@ -1,8 +1,9 @@
 // Members and values that nothing reads, help texts that do not fit their place.
 #include <algorithm>
 #include <array>
-#include <limits>
+#include <map>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "cli_shell/check_values.hpp"
@@ -241,7 +242,7 @@ class MemberWarnings {
   static void add_unread(const Node &node, const MemberRow &row, const JsonMember &member, const Reporter &reporter) {
     const bool by_facet = node.kind == NodeKind::kValue && is_facet(row);
     reporter.add(by_facet ? Rule::kIgnoredFacet : Rule::kIgnoredMember, member.offset,
-                 quoted(row.name) + " is not read of " + reader_in_words(node));
+                 quoted(row.name) + " is not read for " + reader_in_words(node));
   }
 
   static void look_at_members(const JsonValue &object, std::span<const MemberRow> known, const Reporter &reporter) {
@@ -326,14 +327,15 @@ class MemberWarnings {
     return !name.empty() && name.size() <= 20 && name.find_first_not_of("0123456789") == std::string_view::npos;
   }
 
-  static void look_at_entry(const PrivilegeEntry &entry, const Reporter &reporter) {
+  void look_at_entry(const PrivilegeEntry &entry, const Reporter &reporter) {
     look_at_members(entry.member->value, kEntryMembers, reporter);
     const std::string command =
         quoted(entry.name) + (entry.prompt.empty() ? "" : " in the mode " + quoted(entry.prompt));
     if (entry.is_repeated) {
       reporter.add(Rule::kUnmatchedPrivilege, entry.member->offset, "an earlier entry is for " + command + " already");
     } else if (!entry.is_matched) {
-      reporter.add(Rule::kUnmatchedPrivilege, entry.member->offset, "there is no command " + command);
+      reporter.add(Rule::kUnmatchedPrivilege, entry.member->offset,
+                   "there is no command " + command + similar_entry(entry.name));
     }
     const JsonValue *level = entry.member->value.find("Level");
     const int64_t written = level == nullptr ? 0 : level->integer();
@@ -345,8 +347,25 @@ class MemberWarnings {
     }
   }
 
+  // The entry that was meant, if a command has such a name in another mode or such words from the top level.
+  std::string similar_entry(std::string_view name) {
+    if (similar_.empty()) {
+      for (const PrivilegeLookup &lookup : language_.lookups) {
+        similar_.try_emplace(words_to(*lookup.node), &lookup);
+      }
+      for (const PrivilegeLookup &lookup : language_.lookups) {
+        similar_.try_emplace(lookup.name, &lookup);
+      }
+    }
+    const auto found = similar_.find(name);
+    return found == similar_.end() ? ""
+                                   : "; did you mean the \"Name\" " + quoted(found->second->name) +
+                                         " with the \"Prompt\" " + quoted(found->second->prompt) + "?";
+  }
+
   const Language &language_;
   Findings &findings_;
+  std::map<std::string, const PrivilegeLookup *, WordOrder> similar_;  // made for the first entry that needs it
 };
 
 }  // namespace

@@ -72,7 +72,7 @@ class PromptWarnings {
   PromptWarnings(const Language &language, Findings &findings)
       : language_(language), findings_(findings), names_(language) {
     for (const Finding &finding : findings.all()) {
-      if (finding.rule == Rule::kConditionType) {
+      if (finding.rule == Rule::kConditionType || finding.rule == Rule::kPromptNoVariant) {
         reported_.insert(finding.offset);
       }
     }
@@ -155,8 +155,8 @@ class PromptWarnings {
     });
   }
 
-  static void look_at_fallback(const JsonValue &prompt, const Reporter &reporter) {
-    if (!prompt.items().empty() && !leaves_nothing_out(prompt)) {
+  void look_at_fallback(const JsonValue &prompt, const Reporter &reporter) const {
+    if (!prompt.items().empty() && !leaves_nothing_out(prompt) && !reported_.contains(prompt.offset)) {
       reporter.add(Rule::kPromptFallback, prompt,
                    "when no variant of \"#prompt\" holds the process ends: add a last one without conditions");
     }
@@ -165,7 +165,7 @@ class PromptWarnings {
   const Language &language_;
   Findings &findings_;
   Names names_;
-  std::unordered_set<uint32_t> reported_;  // conditions that are looked at while the document is loaded: errors
+  std::unordered_set<uint32_t> reported_;  // conditions and prompts that fail while the document is loaded: errors
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <string_view>
 
 #include "cli_shell/raw_write.hpp"
@@ -78,6 +79,9 @@ int main(int argc, char **argv) try {
   cli_shell::open_standard_descriptors();
   cli_shell::set_character_encoding();
   return cli_shell::run(argc - std::min(argc, 1), argv + std::min(argc, 1));
+} catch (const std::bad_alloc &) {
+  cli_shell::say_on_standard_error("there is not enough memory");
+  return cli_shell::kCannotRun;
 } catch (const std::exception &error) {
   cli_shell::say_on_standard_error(error.what());
   return cli_shell::kCannotRun;

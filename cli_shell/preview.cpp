@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cli_shell/handlerless.hpp"
+#include "cli_shell/language_files.hpp"
 #include "cli_shell/session.hpp"
 #include "cli_shell/subcommands.hpp"
 
@@ -78,10 +79,12 @@ std::vector<HandlersLibrary> types_only(std::vector<HandlersLibrary> libraries) 
 
 int preview_main(const Options &options) {
   if (options.dump) return run_main(options);
-  Documents documents = load_documents(only_operand(options, "the definition document"), options.privileges);
+  std::vector<HandlersLibrary> libraries = types_only(load_handlers_libraries(options.handlers));
+  Documents documents = load_sound_documents(
+      read_language_files(only_operand(options, "the definition document"), options.privileges), libraries);
   documents.definitions = with_preview_handlers(documents.definitions.get());
   const Session session(options);
-  Shell shell(options, documents, types_only(load_handlers_libraries(options.handlers)));
+  Shell shell(options, documents, std::move(libraries));
   shell.accept_controls();
   if (session.at_prompt())
     shell.print([] { std::puts("Commands show what they would call. %help lists what is this program's own."); });

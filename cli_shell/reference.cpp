@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "cli_shell/handlerless.hpp"
+#include "cli_shell/language_files.hpp"
 #include "cli_shell/memory_file.hpp"
 #include "cli_shell/preview.hpp"
 #include "cli_shell/shell.hpp"
@@ -345,9 +346,10 @@ void print_reference(Format &format, const std::string &name, const std::vector<
 int reference_main(const Options &options) {
   const std::unique_ptr<Format> format = format_of(options);
   const std::string &path = only_operand(options, "the definition document");
-  Documents documents = load_documents(path, options.privileges);
+  std::vector<HandlersLibrary> libraries = types_only(load_handlers_libraries(options.handlers));
+  Documents documents = load_sound_documents(read_language_files(path, options.privileges), libraries);
   documents.definitions = handlerless(documents.definitions.get());
-  Shell shell(options, documents, types_only(load_handlers_libraries(options.handlers)));
+  Shell shell(options, documents, std::move(libraries));
   const std::vector<Mode> modes = Collector(shell.engine(), options.level.value_or(kHighestLevel)).take_modes();
   shell.print([&] { print_reference(*format, name_of(path), modes); }, true);
   return shell.output_lost() ? 1 : 0;

@@ -1,14 +1,17 @@
 // The shell itself.
 #include "cli_shell/handlerless.hpp"
+#include "cli_shell/language_files.hpp"
 #include "cli_shell/session.hpp"
 #include "cli_shell/subcommands.hpp"
 
 namespace cli_shell {
 namespace {
 
-int dump(const Options &options, Documents documents) {
+int dump(const Options &options, const std::string &path) {
+  std::vector<HandlersLibrary> libraries = load_handlers_libraries(options.handlers);
+  Documents documents = load_sound_documents(read_language_files(path, options.privileges), libraries);
   documents.definitions = handlerless(documents.definitions.get());
-  Shell shell(options, documents, load_handlers_libraries(options.handlers));
+  Shell shell(options, documents, std::move(libraries));
   shell.print([&] { cli_debug_dump(shell.engine()); }, true);
   return shell.output_lost() ? 1 : 0;
 }
@@ -16,9 +19,10 @@ int dump(const Options &options, Documents documents) {
 }  // namespace
 
 int run_main(const Options &options) {
-  Documents documents = load_documents(only_operand(options, "the definition document"), options.privileges);
-  if (options.dump) return dump(options, std::move(documents));
+  const std::string &path = only_operand(options, "the definition document");
+  if (options.dump) return dump(options, path);
 
+  const Documents documents = load_documents(path, options.privileges);
   const Session session(options);
   Shell shell(options, documents, load_handlers_libraries(options.handlers));
   shell.start();

@@ -4,22 +4,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <optional>
 
 #include "cli_shell/check.hpp"
 #include "cli_shell/check_exports.hpp"
-#include "cli_shell/documents.hpp"
-#include "cli_shell/handlers_library.hpp"
+#include "cli_shell/language_files.hpp"
 #include "cli_shell/subcommands.hpp"
 
 namespace cli_shell {
 namespace {
-
-struct TypesRelease {
-  void operator()(validator_typesystem *types) const { validator_typesystem_free(types); }
-};
-using Types = std::unique_ptr<validator_typesystem, TypesRelease>;
 
 bool wants_json(const Options &options) {
   const auto format = options.extra.find("format");
@@ -28,20 +20,10 @@ bool wants_json(const Options &options) {
   throw UserError("--format takes text or json, not '" + format->second + "'");
 }
 
-std::string read_text(const std::string &path) {
-  std::string text = read_file(path);
-  if (text.find('\0') != std::string::npos) throw UserError(path + ": is not a text");
-  if (text.size() > cli_check::kLargestDocument) throw UserError(path + ": is larger than 1 GiB");
-  return text;
-}
-
 cli_check::Host host_with(const std::vector<std::string> &libraries, validator_typesystem *types) {
   cli_check::Host host;
   host.types = types;
   if (libraries.empty()) return host;
-  for (const HandlersLibrary &library : load_handlers_libraries(libraries)) {
-    if (library.register_types) library.register_types(types);
-  }
   for (const std::string &path : libraries) {
     for (std::string &handler : cli_check::exported_handlers(read_file(path)))
       host.exported_handlers.push_back(std::move(handler));
@@ -61,14 +43,11 @@ void print(const cli_check::Findings &findings, bool as_json) {
 int check_main(const Options &options) {
   const bool as_json = wants_json(options);
   const std::string &path = only_operand(options, "the definition document");
-  cli_check::JsonDocument definitions(path, read_text(path));
-  std::optional<cli_check::JsonDocument> privileges;
-  if (options.privileges) privileges.emplace(*options.privileges, read_text(*options.privileges));
-
-  const Types types(validator_typesystem_new());
+  const LanguageFiles files = read_language_files(path, options.privileges);
+  const Types types = types_of(load_handlers_libraries(options.handlers));
   const cli_check::Host host = host_with(options.handlers, types.get());
   cli_check::Findings findings;
-  cli_check::check_documents(definitions, privileges ? &*privileges : nullptr, host, findings);
+  cli_check::check_documents(*files.definitions, files.privileges.get(), host, findings);
   print(findings, as_json);
   return findings.count(cli_check::Severity::kError) == 0 ? 0 : 1;
 }

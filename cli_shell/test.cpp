@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "cli_shell/file_descriptor.hpp"
+#include "cli_shell/language_files.hpp"
 #include "cli_shell/memory_file.hpp"
 #include "cli_shell/preview.hpp"
 #include "cli_shell/raw_write.hpp"
@@ -48,9 +49,11 @@ void hand_over(int answers, const std::string &output) {
   write_all(answers, std::to_string(output.size()) + '\n' + output);
 }
 
-void run_steps(const Script &script, const Documents &documents, MemoryFile &captured, int answers) {
+void run_steps(const Script &script, LanguageFiles files, MemoryFile &captured, int answers) {
   std::vector<HandlersLibrary> libraries = load_handlers_libraries(script.options.handlers);
   if (script.without_handlers) libraries = types_only(std::move(libraries));
+  Documents documents = load_sound_documents(std::move(files), libraries);
+  if (script.without_handlers) documents.definitions = with_preview_handlers(documents.definitions.get());
   if (dup2(captured.descriptor(), STDOUT_FILENO) < 0) throw UserError(std::strerror(errno));
   const FileDescriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
   dup2(nothing.get(), STDIN_FILENO);
@@ -66,10 +69,10 @@ void run_steps(const Script &script, const Documents &documents, MemoryFile &cap
   }
 }
 
-[[noreturn]] void session_process(const Script &script, const Documents &documents, MemoryFile &captured, int answers) {
+[[noreturn]] void session_process(const Script &script, LanguageFiles files, MemoryFile &captured, int answers) {
   int status = 0;
   try {
-    run_steps(script, documents, captured, answers);
+    run_steps(script, std::move(files), captured, answers);
   } catch (const std::exception &error) {
     write_all(captured.descriptor(), error.what());
     status = kCannotRun;
@@ -111,14 +114,13 @@ std::string untimely_end(int status) {
 
 // The output of each step; of those that were reached when the process ended before the last one.
 std::vector<std::vector<std::string>> run_session(const Script &script) {
-  Documents documents = load_documents(script.options.operands[0], script.options.privileges);
-  if (script.without_handlers) documents.definitions = with_preview_handlers(documents.definitions.get());
+  LanguageFiles files = read_language_files(script.options.operands[0], script.options.privileges);
   MemoryFile captured;
   const MemoryFile answers;
   std::fflush(stdout);
   const pid_t child = fork();
   if (child < 0) throw UserError(std::string("cannot start a process: ") + std::strerror(errno));
-  if (child == 0) session_process(script, documents, captured, answers.descriptor());
+  if (child == 0) session_process(script, std::move(files), captured, answers.descriptor());
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }

@@ -65,11 +65,16 @@ inline void fill(DynString &s, char c, std::size_t count) {
   s.len += count;
 }
 
-inline void clear(DynString &s) {
-  s.len = 0;
+// Keeps the first `length` bytes, of which there must be so many.
+inline void truncate(DynString &s, std::size_t length) {
+  s.len = length;
   if (s.capacity != 0) {
-    s.data[0] = '\0';
+    s.data[length] = '\0';
   }
+}
+
+inline void clear(DynString &s) {
+  truncate(s, 0);
 }
 
 inline std::string_view view(const DynString &s) {

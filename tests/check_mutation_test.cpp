@@ -24,6 +24,7 @@
 
 #include "cli_engine/cli_engine.h"
 #include "cli_shell/check.hpp"
+#include "cli_shell/check_match.hpp"
 
 // What every "#handler" of the documents is made to name: handlers are not the checker's business here.
 extern "C" __attribute__((visibility("default"))) int check_test_handler(cli *engine, cli_node *node);
@@ -33,10 +34,7 @@ int check_test_handler(cli *, cli_node *) {
 
 namespace {
 
-struct JsonRelease {
-  void operator()(json_t *value) const { json_decref(value); }
-};
-using JsonRef = std::unique_ptr<json_t, JsonRelease>;
+using cli_check::JsonRef;
 
 struct Texts {
   std::string definitions;
@@ -66,29 +64,32 @@ CheckerVerdict checker_verdict(const Texts &texts, validator_typesystem *types) 
   return verdict;
 }
 
-void name_test_handler(json_t *value) {
-  const char *key = nullptr;
-  json_t *member = nullptr;
-  json_object_foreach(value, key, member) {
-    if (std::string_view(key) == "#handler" && json_is_string(member)) {
-      json_string_set(member, "check_test_handler");
-    } else {
-      name_test_handler(member);
-    }
+// Calls visit(name, value) for everything below a value; items of arrays have no name.
+template <class Visit>
+void visit_below(json_t *value, const Visit &visit) {
+  const char *name = nullptr;
+  json_t *inner = nullptr;
+  json_object_foreach(value, name, inner) {
+    visit(std::string_view(name), inner);
+    visit_below(inner, visit);
   }
   std::size_t index = 0;
-  json_array_foreach(value, index, member) {
-    name_test_handler(member);
+  json_array_foreach(value, index, inner) {
+    visit(std::string_view(), inner);
+    visit_below(inner, visit);
   }
 }
 
 json_t *read(const std::string &text) {
-  json_error_t error;
-  json_t *document = json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, &error);
+  json_t *document = json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, nullptr);
   if (!json_is_object(document)) {
     _exit(1);
   }
-  name_test_handler(document);
+  visit_below(document, [](std::string_view name, json_t *value) {
+    if (name == "#handler" && json_is_string(value)) {
+      json_string_set(value, "check_test_handler");
+    }
+  });
   return document;
 }
 
@@ -109,6 +110,7 @@ enum class Verdict { kLoads, kRefused, kCrashed };
 
 // A refusal is an exit or the assertion report; any other end is the loader's own fault.
 Verdict loader_verdict(const Texts &texts, validator_typesystem *types) {
+  std::fflush(stdout);  // or the child writes what waits there once more
   const pid_t child = fork();
   if (child == 0) {
     load_and_exit(texts, types);
@@ -125,136 +127,38 @@ Verdict loader_verdict(const Texts &texts, validator_typesystem *types) {
 
 // ---- Mutations ----
 
-// Where values and names come from that no document would have, but a slip of the hand may give.
-constexpr const char *kValues[] = {"null",
-                                   "true",
-                                   "false",
-                                   "0",
-                                   "1",
-                                   "-1",
-                                   "10",
-                                   "15",
-                                   "16",
-                                   "2147483647",
-                                   "2147483648",
-                                   "-2147483649",
-                                   "4294967295",
-                                   "4294967296",
-                                   "4294967306",
-                                   "1.5",
-                                   "\"\"",
-                                   "\"key\"",
-                                   "\"container\"",
-                                   "\"int\"",
-                                   "\"unsignedInt\"",
-                                   "\"string\"",
-                                   "\"Int\"",
-                                   "\"show\"",
-                                   "[]",
-                                   "{}",
-                                   "[\"x\"]",
-                                   "[5]",
-                                   "{\"fmt\": \"a {b}\", \"args\": {\"b\": 1}}",
-                                   "{\"fmt\": \"a {b}\", \"args\": {\"b\": 1.0}}",
-                                   "{\"fmt\": \"a {b\"}",
-                                   "{\"fmt\": \"a } b\"}",
-                                   "{\"fmt\": \"{a{b}\"}",
-                                   "{\"fmt\": \"{}\"}",
-                                   "{\"fmt\": \"{b}\", \"args\": []}",
-                                   "[{\"value\": \"v\"}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\"}]",
-                                   "[{\"value\": \"v\", \"if\": \"x\"}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\", \"if-not\": [\"x\", [\"y\"]]}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\", \"if-not\": [\"x\", 5]}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\", \"if\": [\"x\", 5], \"if-not\": []}]",
-                                   "[{\"value\": \"v\", \"description\": \"d\", \"if\": null}]",
-                                   "{\"#help\": \"h\"}",
-                                   "{\"#help\": \"h\", \"#handler\": \"f\"}",
-                                   "{\"#alias\": \"show\"}",
-                                   "{\"#help\": \"h\", \"#prompt\": \"p\"}",
-                                   "{\"#name\": \"n\", \"#type\": \"string\", \"#help\": \"h\"}",
-                                   "{\"#type\": \"container\"}",
-                                   "[{\"#name\": \"n\", \"#type\": \"key\", \"#help\": \"h\"}]",
-                                   "{\"Level\": 16, \"Name\": \"show\", \"Prompt\": \"\"}",
-                                   "{\"Level\": 4294967297, \"Name\": \"ping\", \"Prompt\": \"\"}"};
-constexpr const char *kNames[] = {"#help",
-                                  "#handler",
-                                  "#prompt",
-                                  "#alias",
-                                  "#args",
-                                  "#commands",
-                                  "#type",
-                                  "#name",
-                                  "#optional",
-                                  "#sequential",
-                                  "#exclusive",
-                                  "#min_inclusive",
-                                  "#max_inclusive",
-                                  "#width",
-                                  "#base",
-                                  "#min_length",
-                                  "#max_length",
-                                  "#enum",
-                                  "fmt",
-                                  "args",
-                                  "value",
-                                  "if",
-                                  "if-not",
-                                  "description",
-                                  "Level",
-                                  "Name",
-                                  "Prompt",
-                                  "show",
-                                  "show ip",
-                                  "SHOW  Version x",
-                                  " ",
-                                  "",
-                                  "x ",
-                                  " x",
-                                  "sv x",
-                                  "configure do x",
-                                  "configure exit",
-                                  "configure ip x",
-                                  "12345678901234567890",
-                                  "0",
-                                  "123456789012345678901",
-                                  "level1"};
-constexpr const char *kScraps[] = {"\"",
-                                   "\\",
-                                   "{",
-                                   "}",
-                                   "[",
-                                   "]",
-                                   ",",
-                                   ":",
-                                   "0",
-                                   "-",
-                                   ".",
-                                   "e9",
-                                   "1e999",
-                                   "0e999",
-                                   "1e-999",
-                                   "9223372036854775807",
-                                   "9223372036854775808",
-                                   "\xff",
-                                   "\xc0\x80",
-                                   "\xed\xa0\x80",
-                                   "\xc3\xa9",
-                                   "\xf4\x90\x80\x80",
-                                   "\\u0000",
-                                   "\\ud800",
-                                   "\\ud83d\\ude00",
-                                   "\\udc00",
-                                   "\\u00e9",
-                                   "\n",
-                                   "\t",
-                                   "null",
-                                   "tru",
-                                   "//",
-                                   "\x01",
-                                   "\x7f",
-                                   "+1",
-                                   "01"};
+// What no document would hold, but a slip of the hand may give: values, names, and bytes for the text.
+constexpr const char *kValues = R"([null, true, false, 0, 1, -1, 10, 15, 16, 2147483647, 2147483648, -2147483649,
+  4294967295, 4294967296, 4294967306, 1.5, "", "key", "container", "int", "unsignedInt", "string", "Int", "show",
+  [], {}, ["x"], [5],
+  {"fmt": "a {b}", "args": {"b": 1}}, {"fmt": "a {b}", "args": {"b": 1.0}}, {"fmt": "a {b"}, {"fmt": "a } b"},
+  {"fmt": "{a{b}"}, {"fmt": "{}"}, {"fmt": "{b}", "args": []},
+  [{"value": "v"}], [{"value": "v", "description": "d"}], [{"value": "v", "if": "x"}],
+  [{"value": "v", "description": "d", "if-not": ["x", ["y"]]}],
+  [{"value": "v", "description": "d", "if-not": ["x", 5]}],
+  [{"value": "v", "description": "d", "if": ["x", 5], "if-not": []}],
+  [{"value": "v", "description": "d", "if": null}],
+  {"#help": "h"}, {"#help": "h", "#handler": "f"}, {"#alias": "show"}, {"#help": "h", "#prompt": "p"},
+  {"#name": "n", "#type": "string", "#help": "h"}, {"#type": "container"},
+  [{"#name": "n", "#type": "key", "#help": "h"}],
+  {"Level": 16, "Name": "show", "Prompt": ""}, {"Level": 4294967297, "Name": "ping", "Prompt": ""}])";
+constexpr const char *kNames = R"(["#help", "#handler", "#prompt", "#alias", "#args", "#commands", "#type", "#name",
+  "#optional", "#sequential", "#exclusive", "#min_inclusive", "#max_inclusive", "#width", "#base", "#min_length",
+  "#max_length", "#enum", "fmt", "args", "value", "if", "if-not", "description", "Level", "Name", "Prompt",
+  "show", "show ip", "SHOW  Version x", " ", "", "x ", " x", "sv x", "configure do x", "configure exit",
+  "configure ip x", "12345678901234567890", "0", "123456789012345678901", "level1"])";
+// Between bars.
+constexpr std::string_view kScraps =
+    "\"|\\|{|}|[|]|,|:|0|-|.|e9|1e999|0e999|1e-999|9223372036854775807|9223372036854775808|\xff|\xc0\x80|\xed\xa0\x80|"
+    "\xc3\xa9|\xf4\x90\x80\x80|\\u0000|\\ud800|\\ud83d\\ude00|\\udc00|\\u00e9|\n|\t|null|tru|//|\x01|\x7f|+1|01";
+
+std::vector<std::string> split(std::string_view text) {
+  std::vector<std::string> parts(1);
+  for (const char c : text) {
+    c == '|' ? static_cast<void>(parts.emplace_back()) : parts.back().push_back(c);
+  }
+  return parts;
+}
 
 class Mutator {
  public:
@@ -278,41 +182,26 @@ class Mutator {
  private:
   std::size_t below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random_); }
 
-  template <class T, std::size_t N>
-  T pick(T (&pool)[N]) {
-    return pool[below(N)];
-  }
-
-  static void collect(json_t *value, std::vector<json_t *> &containers) {
-    if (json_is_object(value) || json_is_array(value)) {
-      containers.push_back(value);
-    }
-    const char *key = nullptr;
-    json_t *member = nullptr;
-    json_object_foreach(value, key, member) {
-      collect(member, containers);
-    }
-    std::size_t index = 0;
-    json_array_foreach(value, index, member) {
-      collect(member, containers);
-    }
-  }
+  json_t *pick(const JsonRef &pool) { return json_array_get(pool.get(), below(json_array_size(pool.get()))); }
 
   // A value from the pool, or a copy of one that stands elsewhere in the document.
   json_t *any_value(const std::vector<json_t *> &containers) {
-    return below(4) == 0 ? json_deep_copy(containers[below(containers.size())])
-                         : json_loads(pick(kValues), JSON_DECODE_ANY, nullptr);
+    return json_deep_copy(below(4) == 0 ? containers[below(containers.size())] : pick(values_));
   }
 
   // Names of which the two longest stand on either side of the limit.
   std::string any_name() {
     const std::size_t choice = below(30);
-    return choice < 2 ? std::string(4095 + choice, 'k') : pick(kNames);
+    return choice < 2 ? std::string(4095 + choice, 'k') : json_string_value(pick(names_));
   }
 
   void change_structure(json_t *document) {
-    std::vector<json_t *> containers;
-    collect(document, containers);
+    std::vector<json_t *> containers = {document};
+    visit_below(document, [&](std::string_view, json_t *value) {
+      if (json_is_object(value) || json_is_array(value)) {
+        containers.push_back(value);
+      }
+    });
     json_t *place = containers[below(containers.size())];
     json_is_object(place) ? change_object(place, any_value(containers)) : change_array(place, any_value(containers));
   }
@@ -358,10 +247,10 @@ class Mutator {
         text.erase(place, 1 + below(3));
         break;
       case 1:
-        text.replace(place, 1, pick(kScraps));
+        text.replace(place, 1, scraps_[below(scraps_.size())]);
         break;
       case 2:
-        text.insert(place, pick(kScraps));
+        text.insert(place, scraps_[below(scraps_.size())]);
         break;
       default:
         repeat_line(text, place);
@@ -371,12 +260,14 @@ class Mutator {
   // As a rule a member of an object, so that its name stands there twice.
   static void repeat_line(std::string &text, std::size_t place) {
     const std::size_t end = std::min(text.find('\n', place), text.size() - 1) + 1;
-    const std::size_t start = text.rfind('\n', place == 0 ? 0 : place - 1);
-    const std::size_t first = start == std::string::npos ? 0 : start + 1;
+    const std::size_t first = text.rfind('\n', place == 0 ? 0 : place - 1) + 1;  // 0 when there is none
     text.insert(end, text.substr(first, end - first));
   }
 
   std::mt19937 random_;
+  const JsonRef values_{json_loads(kValues, 0, nullptr)};
+  const JsonRef names_{json_loads(kNames, 0, nullptr)};
+  const std::vector<std::string> scraps_ = split(kScraps);
 };
 
 // ---- The documents that the mutations begin with ----
@@ -388,81 +279,57 @@ std::string read_file(const std::filesystem::path &path) {
 }
 
 std::vector<Texts> documents_that_load() {
-  const std::filesystem::path project = PROJECT_DIR;
-  const std::string campus_privileges = read_file(project / "schema/samples/good/campus.privileges.json");
-  std::vector<Texts> documents = {
-      {read_file(project / "schema/samples/good/campus.json"), campus_privileges},
-      {read_file(project / "schema/samples/good/smallest.json"), campus_privileges},
-  };
-  const std::filesystem::path router = project / "examples/router";
-  if (std::getenv("CHECK_SAMPLES_ONLY") == nullptr && exists(router / "router.json") &&
-      exists(router / "privileges.json")) {
+  const std::filesystem::path samples = PROJECT_DIR "/schema/samples/good", router = PROJECT_DIR "/examples/router";
+  const std::string campus_privileges = read_file(samples / "campus.privileges.json");
+  std::vector<Texts> documents = {{read_file(samples / "campus.json"), campus_privileges},
+                                  {read_file(samples / "smallest.json"), campus_privileges}};
+  if (std::getenv("CHECK_SAMPLES_ONLY") == nullptr) {
     documents.push_back({read_file(router / "router.json"), read_file(router / "privileges.json")});
   }
   return documents;
 }
 
 // The types that the documents name, as types of the host's own; the built-in ones keep their places.
-class HostTypes {
- public:
-  explicit HostTypes(const std::vector<Texts> &documents) {
-    for (const Texts &texts : documents) {
-      add_types(JsonRef(json_loads(texts.definitions.c_str(), 0, nullptr)).get());
-    }
-  }
-  [[nodiscard]] validator_typesystem *registry() const { return registry_.get(); }
-
- private:
-  struct Release {
-    void operator()(validator_typesystem *types) const { validator_typesystem_free(types); }
-  };
-
-  void add_types(const json_t *value) {
-    const char *key = nullptr;
-    json_t *member = nullptr;
-    json_object_foreach(const_cast<json_t *>(value), key, member) {
-      if (std::string_view(key) == "#type" && json_is_string(member)) {
-        validator_type &type = types_.emplace_back();
+validator_typesystem *types_of(const std::vector<Texts> &documents) {
+  static std::deque<std::string> names;
+  static std::deque<validator_type> types;
+  static const std::unique_ptr<validator_typesystem, decltype(&validator_typesystem_free)> registry(
+      validator_typesystem_new(), validator_typesystem_free);
+  for (const Texts &texts : documents) {
+    const JsonRef document(json_loads(texts.definitions.c_str(), 0, nullptr));
+    visit_below(document.get(), [](std::string_view name, json_t *value) {
+      if (name == "#type" && json_is_string(value)) {
+        validator_type &type = types.emplace_back();
         type.basetype = BASETYPE_STRING;
-        type.name = names_.emplace_back(json_string_value(member)).c_str();
-        validator_typesystem_add_custom_type(registry_.get(), &type);
+        type.name = names.emplace_back(json_string_value(value)).c_str();
+        validator_typesystem_add_custom_type(registry.get(), &type);
       }
-      add_types(member);
-    }
-    std::size_t index = 0;
-    json_array_foreach(value, index, member) {
-      add_types(member);
-    }
+    });
   }
-
-  std::deque<std::string> names_;
-  std::deque<validator_type> types_;
-  std::unique_ptr<validator_typesystem, Release> registry_{validator_typesystem_new()};
-};
+  return registry.get();
+}
 
 unsigned from_environment(const char *name, unsigned otherwise) {
   const char *text = std::getenv(name);
   return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
 }
 
-std::string keep(const Texts &texts, const std::filesystem::path &folder, unsigned number) {
+// Writes the documents, and what the checker found in them, for who wants to see them.
+std::string keep(const Texts &texts, const CheckerVerdict &verdict, const std::filesystem::path &folder,
+                 unsigned number) {
   const std::string path = folder / ("check-mutation-" + std::to_string(number));
   std::ofstream(path + ".json") << texts.definitions;
   std::ofstream(path + ".privileges.json") << texts.privileges;
-  return path;
-}
-
-void keep_with_rules(const Texts &texts, const CheckerVerdict &verdict, const char *folder, unsigned number) {
-  std::ofstream rules(keep(texts, folder, number) + ".rules");
+  std::ofstream rules(path + ".rules");
   for (const std::string_view rule : verdict.rules) {
     rules << rule << '\n';
   }
+  return path;
 }
 
 TEST(CheckMutation, CheckerAndLoaderAgree) {
   const std::vector<Texts> documents = documents_that_load();
-  const HostTypes host_types(documents);
-  validator_typesystem *const types = host_types.registry();
+  validator_typesystem *const types = types_of(documents);
   for (const Texts &texts : documents) {
     ASSERT_TRUE(checker_verdict(texts, types).loads);
     ASSERT_EQ(loader_verdict(texts, types), Verdict::kLoads);
@@ -475,10 +342,10 @@ TEST(CheckMutation, CheckerAndLoaderAgree) {
     const Texts texts = mutator.mutate(documents[number % documents.size()]);
     const Verdict loader = loader_verdict(texts, types);
     const CheckerVerdict checker = checker_verdict(texts, types);
-    ASSERT_NE(loader, Verdict::kCrashed) << keep(texts, testing::TempDir(), number);
-    ASSERT_EQ(checker.loads, loader == Verdict::kLoads) << keep(texts, testing::TempDir(), number);
+    ASSERT_NE(loader, Verdict::kCrashed) << keep(texts, checker, testing::TempDir(), number);
+    ASSERT_EQ(checker.loads, loader == Verdict::kLoads) << keep(texts, checker, testing::TempDir(), number);
     if (folder != nullptr) {
-      keep_with_rules(texts, checker, folder, number);
+      keep(texts, checker, folder, number);
     }
     loading += loader == Verdict::kLoads ? 1 : 0;
   }

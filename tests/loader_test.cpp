@@ -156,6 +156,10 @@ TEST(LoaderDeathTest, EveryFaultIsReported) {
       EXPECT_EXIT(load(), testing::ExitedWithCode(row.status), row.report);
     }
   }
+  Engine engine("{}");
+  const Json unchecked = json("{'a': {'#help': 'h'}, 'a b': {'#help': 'h', '#prompt': [{}]}}");
+  EXPECT_EXIT(cli_load_commands(engine.get(), engine.types(), unchecked.get(), nullptr),
+              testing::KilledBySignal(SIGABRT), "import_subconfig: assertion \"new_prompt\" failed");
 }
 
 // Built in memory, since a reader refuses such texts. The document is let go level by level, as its own release

@@ -1,21 +1,35 @@
 #!/bin/bash
 # Makes the Debian packages of a build, installs them into a scratch root, uses them there and removes them again.
 #   packages_test.sh BUILD_DIR SOURCE_DIR
+#   packages_test.sh BUILD_DIR SOURCE_DIR ARCHITECTURE EMULATOR...   another one: unpacked, the shell run by the emulator
 # Exit status 77 when this machine cannot do that.
 set -euo pipefail
-build=$1 source=$2
+build=$1 source=$2 architecture=${3-}
+emulator=("${@:4}")
 
 fail() { echo "$*" >&2 && exit 1; }
-for tool in dpkg-deb dpkg-shlibdeps file cpack; do
+for tool in dpkg dpkg-deb dpkg-shlibdeps file cpack; do
   command -v $tool >/dev/null || { echo "skipped: there is no $tool" && exit 77; }
 done
-[ "$(id -u)" = 0 ] || { echo "skipped: dpkg wants to be root" && exit 77; }
+[ "$(id -u)" = 0 ] || [ -n "$architecture" ] || { echo "skipped: dpkg wants to be root" && exit 77; }
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 packages=$scratch/packages root=$scratch/root
 cpack -G DEB --config "$build/CPackConfig.cmake" -B "$packages" >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"
 [ "$(ls "$packages"/*.deb | wc -l)" = 3 ] || fail "there are not three packages: $(ls "$packages")"
+for package in "$packages"/*.deb; do
+  [ "$(dpkg-deb -f "$package" Architecture)" = "${architecture:-$(dpkg --print-architecture)}" ] || fail "$(dpkg-deb -f "$package")"
+done
+
+if [ -n "$architecture" ]; then
+  for package in "$packages"/*_"$architecture".deb; do dpkg-deb -x "$package" "$root"; done
+  libraries=$(dirname "$(find "$root/usr/lib" -name libcli_engine.so)")
+  "${emulator[@]}" -E "LD_LIBRARY_PATH=$libraries" "$root/usr/bin/cli-shell" --version | grep -q "^cli-shell [0-9]" ||
+    fail "cli-shell does not run"
+  echo "three packages for $architecture"
+  exit
+fi
 
 if command -v lintian >/dev/null; then
   lintian --fail-on error "$packages"/*.deb || fail "lintian found errors"

@@ -1,6 +1,6 @@
 """The subcommands of cli-shell for those who write a language: preview, test, reference, and the guide's samples.
 
-With UPDATE=1 in the environment the guide's sessions are rewritten to what is printed now."""
+With UPDATE=1 in the environment the guide's sessions and findings are rewritten to what is printed now."""
 
 import os
 import pathlib
@@ -56,6 +56,8 @@ class Preview(Case):
         self.script("")
         cases = [(["preview", missing], "missing: No such file"), (["preview", self.folder], "Is a directory"),
                  (["check", missing], "missing: No such file"), (["reference", missing], "missing: No such file"),
+                 (["preview", self.file("i", '{"a":')], "i:1:6: error: the text ends"),
+                 (["reference", self.file("j", '{"a":\n 5, "b": 6}')], "[not-a-definition]; cli-shell check shows 1 more"),
                  (["reference", *CAMPUS, "--format=pdf"], "--format takes markdown or man, not 'pdf'"),
                  (["preview", "--update", *CAMPUS], "unknown option --update"), (["test"], "the script is missing"),
                  (["test", missing], "missing: No such file"), (["test", self.file("b", "show\n")], "b:1: expected 'NAME"),
@@ -97,7 +99,8 @@ class Scripts(Case):
                                    '[{"#type": "none", "#name": "n", "#help": "N"}]}}')
         out, err, status = run("test", script)
         self.assertEqual(2, status, out)
-        self.assertIn("the language cannot be loaded: Cannot load type 'none' for the argument 'n'", err)
+        self.assertIn('cannot be loaded: ', err)
+        self.assertIn('language.json:1:95: error: "b", argument "n": there is no type "none"', err)
         script = self.script("> show\n> quit\n", "definition: language.json\nhandlers: libshell_handlers.so\n")
         self.file("language.json", '{"show": {"#help": "S", "#handler": "abort"}, "quit": {"#help": "Q"}}')
         out, err, status = run("test", "--handlers", os.environ["SHELL_HANDLERS"], script)
@@ -129,7 +132,7 @@ class Reference(Case):
 
 
 class Guide(Case):
-    BLOCK = re.compile(r"^```(json|session)(?: (\S+))?\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+    BLOCK = re.compile(r"^```(json|findings|session)(?: (\S+))?\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
     def test_its_samples(self):
         guide = GUIDE.read_text()
@@ -140,10 +143,17 @@ class Guide(Case):
             kind, name, content = block.groups()
             if kind == "json":
                 self.file(name, content)
-                if not name.endswith(".privileges.json"):
+                if not name.endswith(".privileges.json") and not name.startswith("wrong"):
                     out, err, status = run("check", self.folder / name)
                     self.assertEqual(0, status, out + err)
+                    if not name.startswith("pitfall"):
+                        self.assertNotIn(" warning: ", out)
                 return block.group(0)
+            if kind == "findings":
+                found = run("check", self.folder / name)[0].replace(f"{self.folder}/", "")
+                if not os.environ.get("UPDATE"):
+                    self.assertEqual(content, found)
+                return f"```findings {name}\n{found}```"
             sessions += 1
             script = self.file("guide.session", content)
             out, err, status = run("test", *(["--update"] if os.environ.get("UPDATE") else []), script)
