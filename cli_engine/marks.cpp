@@ -45,8 +45,10 @@ Marks::~Marks() {
 void Marks::grow() {
   capacity_ = capacity_ == 0 ? 32 : capacity_ * 2;
   const libglobal::Caller caller = LIBGLOBAL_CALLER(kSource);
+  // NOLINTBEGIN(bugprone-sizeof-expression): pointers are what is kept
   nodes_ = static_cast<cli_node **>(libglobal::xrealloc(nodes_, capacity_ * sizeof *nodes_, caller));
   doomed_ = static_cast<cli_node **>(libglobal::xrealloc(doomed_, capacity_ * sizeof *doomed_, caller));
+  // NOLINTEND(bugprone-sizeof-expression)
   for (std::size_t i = 0; i < size_; i++) {
     if (nodes_[i] != nullptr) {
       nodes_[i]->internal = &nodes_[i];

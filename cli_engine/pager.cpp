@@ -210,7 +210,7 @@ int pager_feed_popen(pager *p, const char *command) {
   Pipe pipe;
   {
     const InterruptWatch watch;
-    pipe.reset(popen(command, "r"));
+    pipe.reset(popen(command, "r"));  // NOLINT(cert-env33-c): a shell command is what the host gives
     if (pipe != nullptr) {
       feed_output(p, pipe.get());
     }
