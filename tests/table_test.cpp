@@ -499,7 +499,8 @@ TEST(TableDrawing, Alignment) {
       ASSERT_EQ(lines.size(), 5U);
       std::string field;
       for (std::size_t i = 0; i < 4; ++i) {
-        field += (i == 0 ? "" : "/") + lines[i].substr(0, lines[i].size() - 1);
+        field += i == 0 ? "" : "/";
+        field.append(lines[i], 0, lines[i].size() - 1);
       }
       EXPECT_EQ(field, row.field) << row.text;
     }
