@@ -380,6 +380,8 @@ TEST_F(RouterTest, SavingReplacesTheFileWholeOrNotAtAll) {
   EXPECT_EQ(startup(), saved);
   EXPECT_EQ(folder_.entries(), 1U);
 
+  EXPECT_EQ(router::write_whole(folder_.file("folders/to make/file"), ""), "");
+
   // A link is followed; what is no file stays what it is.
   const std::string link = folder_.file("link");
   std::filesystem::create_symlink(startup_, link);
@@ -443,8 +445,8 @@ TEST_F(RouterTest, TypesOfItsOwn) {
     const char *partial;
     const char *refused;
   } kCases[] = {
-      {"VlanId", "1 4094", "0", "4095 1002"},
-      {"VlanList", "10 10,20-30", "10, 10- 20-1", "20-1,3 0 1-4095 ,1 1;2"},
+      {"VlanId", "1 4094", "0", "4095 1002 1005"},
+      {"VlanList", "10 10,20-30", "10, 10- 20-1", "20-1,3 999-500 0 1-4095 ,1 1;2"},
       {"InterfaceName", "eth0.10 abcdefghijklmno", "", "-x a/b abcdefghijklmnop"},
       {"FileName", "a-1.cfg", "", "../a .a a/b"},
   };
