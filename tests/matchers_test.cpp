@@ -127,6 +127,8 @@ TEST(Numbers, AreConvertedThenBounded) {
 }
 
 constexpr Row kEnumerations[] = {
+    {"string", R"("#min_length": 3, "#max_length": 5)", MATCH_COMPLETE, "abc abcde"},
+    {"string", R"("#min_length": 3, "#max_length": 5)", MATCH_NONE, "abcdef"},
     {"string", R"("#enum": ["enable", "disable"])", MATCH_COMPLETE, "e en enable d dis disable"},
     {"string", R"("#enum": ["enable", "disable"])", MATCH_INCOMPLETE, "''"},
     {"string", R"("#enum": ["enable", "disable"])", MATCH_NONE, "x enables Enable disabled"},
