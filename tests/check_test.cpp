@@ -86,7 +86,10 @@ class Checked {
 
 // ---- Rules ----
 
-// In the documents below ' stands for a quotation mark and @ for the members of a plain command.
+struct RuleCase {
+  std::string rule, breaks, keeps, privileges_break, privileges_keep;
+};
+
 std::string json(std::string_view text) {
   std::string out;
   for (const char c : text) {
@@ -95,193 +98,28 @@ std::string json(std::string_view text) {
   return out;
 }
 
-std::string with(const std::string &args) {
-  return ", '#args': [" + args + "]";
-}
-
-// A command "c" with these "#args" and, when there are any, "#commands".
-std::string command(const std::string &args, const std::string &commands = "") {
-  return "{'c': {@" + with(args) + (commands.empty() ? "" : ", '#commands': {" + commands + "}") + "}}";
-}
-
-// A mode "m" with this "#prompt", and in it a command "x" with a keyword "k".
-std::string mode(const std::string &prompt, const std::string &more = "") {
-  return "{'m': {'#help': 'h', '#prompt': " + prompt + more +
-         ", '#commands': {'x': {@, '#args': [{'#type': 'key', '#name': 'k', '#help': 'h'}]}}}}";
-}
-
-std::string key(const std::string &name, const std::string &more = "") {
-  return "{'#type': 'key', '#name': '" + name + "', '#help': 'h'" + more + "}";
-}
-
-// Named after its type.
-std::string value(const std::string &type, const std::string &more = "") {
-  return "{'#type': '" + type + "', '#name': '" + type + "', '#help': 'h'" + more + "}";
-}
-
-std::string templated(const std::string &fmt, const std::string &args) {
-  return "{'a': {'#help': {'fmt': '" + fmt + "', 'args': {" + args + "}}, '#handler': 'f'}}";
-}
-
-std::string group(const std::string &how, const std::string &members) {
-  return "{'#type': 'container', " + how + "'#args': [" + members + "]}";
-}
-
-const std::string kLast = "{'value': 'w', 'description': 'd'}]";  // a variant that always holds
-
-std::string entry(const std::string &name, const std::string &prompt, int level) {
-  return "{'Name': '" + name + "', 'Prompt': '" + prompt + "', 'Level': " + std::to_string(level) + "}";
-}
-
-// A privilege table of these entries, the first of which is numbered; none when there are none.
-std::string table(const std::string &entries) {
-  return entries.empty() ? "" : json("{'1': " + entries + "}");
-}
-
-const std::string kOptional = ", '#optional': true";
-const std::string kOptionalGroup = "'#optional': true, ";
-const std::string kExclusive = "'#exclusive': true, ";
-const std::string kWord = "'w': {@}";
-const std::string kPlain = "{'a': {@}, 'b': {@}}";
-const std::string kNine = ", '#min_inclusive': 1, '#max_inclusive': 9";
-const std::string kHost = "'#help': 'h', '#prompt': 'p', '#args': [{'#type': 'int', '#name': 'v', '#help': 'h'}]";
-
-struct RuleCase {
-  std::string_view rule;
-  std::string breaks;
-  std::string keeps;
-  std::string privileges_break = "";
-  std::string privileges_keep = "";
-};
-
-// Errors that one declaration alone shows stand under schema/samples/bad.
+// The cases of data/check_rules.txt.
 std::vector<RuleCase> rule_cases() {
-  return {
-      {"json", "{'a': {'#help': 'h' '#handler': 'f'}}", kPlain},
-      {"repeated-member", "{'a': {'#help': 'h', @}}", kPlain},
-      {"unknown-path", "{'s x': {@}, 's': {'#help': 'h'}}", "{'s': {'#help': 'h'}, 'S  x': {@}}"},
-      {"unknown-path", "{'s': {'#alias': 't'}, 's x': {@}, 't': {@}}", "{'t': {@}, 't x': {@}, 's': {'#alias': 't'}}"},
-      {"help-template", templated("{n}", "'n': 1.0"), templated("{n} {b} {s}", "'n': 1, 'b': true, 's': '}'")},
-      {"help-template", templated("a}", ""), templated("a{b", "")},
-      {"help-template", templated("{N}", "'n': 1"), "{'a': {'#help': '{N}', '#handler': 'f'}}"},
-      {"prompt-no-variant", mode("[{'value': 'v', 'description': 'd', 'if': 'x k'}]"),
-       mode("[{'value': 'v', 'description': 'd', 'if-not': 'x k'}, {'value': 'w'}]")},
-      {"prompt-no-variant", mode("[]"), mode("'p'")},
-      {"exit-description", mode("[{'value': 'v', 'description': 5}]"), mode("[{'value': 'v', 'if': 'x'}, " + kLast)},
-      {"unknown-handler", "{'a': {'#help': 'h', '#handler': 'missing'}}", kPlain},
-      {"facet-range", command(value("int", ", '#max_inclusive': 2147483648")),
-       command(value("int", ", '#max_inclusive': 2147483647"))},
-      {"facet-range", command(value("unsignedInt", ", '#max_inclusive': 9, '#width': '3'")),
-       command(value("unsignedInt", ", '#max_inclusive': 9, '#width': 3, '#base': 16"))},
-      {"facet-range", command(value("string", ", '#min_length': 6, '#max_length': 5")),
-       command(value("string", ", '#min_length': 5, '#max_length': 5"))},
-      {"privilege-level", kPlain, kPlain, entry("a", "", 16), entry("a", "", 15)},
-      // Members.
-      {"unread-member", command(key("k", ", '#optinal': true")), command(key("k", ", 'optic': true"))},
-      {"unread-member", command(key("k", ", 'optional': true")), command(key("k", kOptional))},
-      {"unread-member", mode("[{'value': 'v', 'descripton': 'x', 'description': 'd'}]"),
-       mode("[{'value': 'v', 'description': 'd', 'colour': 5}]")},
-      {"unread-member", templated("h {n}", "'n': 1, 'm': 2"), templated("h {n}", "'n': 1")},
-      {"ignored-value", command(value("string", ", '#max_length': 4294967296")),
-       command(value("string", ", '#max_length': 4294967295"))},
-      {"ignored-value", command(key("k", ", '#optional': 'yes'")), command(key("k", ", '#optional': false"))},
-      {"ignored-member", command(key("k", ", '#multi': true")), command(value("int", ", '#multi': true"))},
-      {"ignored-member", "{'a': {'#alias': 'b', '#help': 'h'}, 'b': {@}}", "{'a': {'#alias': 'b'}, 'b': {@}}"},
-      {"ignored-member", command(group("'#sequential': true, '#exclusive': true, ", key("k"))),
-       command(group("'#sequential': true, ", key("k")))},
-      {"ignored-facet", command(value("int", ", '#min_length': 5")), command(value("string", ", '#min_length': 5"))},
-      {"ignored-facet", command(value("int", ", '#width': 4")),
-       command(value("int", ", '#width': 4, '#min_inclusive': 0"))},
-      {"help-text", "{'a': {'#help': '', '#handler': 'f'}}", kPlain},
-      {"help-text", "{'a': {'#help': 'two\\nlines', '#handler': 'f'}}", templated("one {x}", "'x': 'line'")},
-      {"help-text", "{'a': {'#help': '" + std::string(81, 'h') + "', '#handler': 'f'}}",
-       "{'a': {'#help': '" + std::string(80, 'h') + "', '#handler': 'f'}}"},
-      // Words.
-      {"untypeable-name", command(key("two words")), command(key("two-words"))},
-      {"untypeable-name", "{'#a': {@}}", "{'s': {'#help': 'h', '#commands': {'#a': {@}}}}"},
-      {"unreachable-name", "{'a': {@}, 'A': {@}}", "{'a': {@}, 'ab': {@}}"},
-      {"unreachable-name", command(group(kExclusive, key("k") + ", " + key("K"))),
-       command(group(kExclusive, key("k") + ", " + key("l")))},
-      {"unreachable-name", command(key("k") + ", " + group(kExclusive, key("l") + ", " + key("K"))),
-       command(key("k") + ", " + group(kExclusive + "'#name': 'g', ", key("l") + ", " + key("k")))},
-      {"unreachable-name", command(value("int") + ", " + value("int", kOptional)),
-       command(group(kExclusive, value("int", ", '#enum': [1]") + ", " + value("int")))},
-      {"dead-end", "{'a': {'#help': 'h'}}", "{'a': {'#help': 'h'}, 'a b': {@}}"},
-      {"dead-end", "{'a': {'#help': 'h', '#prompt': 'p'}}", mode("'p'")},
-      {"alias-line", "{'a': {@}, 'z': {'#alias': 'y'}}", "{'a': {@}, 'z': {'#alias': '\\'a\\''}}"},
-      {"alias-line", "{'a': {@}, 'z': {'#alias': 'y'}, 'y': {'#alias': 'z x'}}",
-       "{'a': {@}, 'z': {'#alias': 'y'}, 'y': {'#alias': 'a'}}"},
-      {"alias-line", "{'m': {" + kHost + ", '#commands': {'z': {'#alias': 'y'}, 'x': {@}}}}",
-       "{'m': {" + kHost + ", '#commands': {'z': {'#alias': 'x'}, 'x': {@}}}}"},
-      {"hidden-word", "{'s': {'#help': 'h'}, 's t': {@}, 'm': {" + kHost + ", '#commands': {'S': {@}}}}",
-       "{'s': {'#help': 'h'}, 's t': {@}, 'm': {" + kHost + ", '#commands': {'t': {@}}}}"},
-      {"no-abbreviation", "{'a': {@}, 'Ab': {@}}", kPlain},
-      {"no-abbreviation", command(group("", key("k", kOptional) + ", " + key("kk", kOptional))),
-       command(group("", key("k") + ", " + key("kk")))},
-      {"unused-handler", "{'a': {'#help': 'h', '#handler': 'g'}}", kPlain},
-      // Prompts.
-      {"condition-path", mode("[{'value': 'v', 'if': 'k x'}, " + kLast),
-       mode("[{'value': 'v', 'if': 'M K'}, " + kLast)},
-      {"condition-later", mode("[{'value': 'v', 'if': ['x', 5]}, " + kLast),
-       mode("[{'value': 'v', 'if': ['x', 'k']}, " + kLast)},
-      {"prompt-fallback", mode("[{'value': 'v', 'description': 'd', 'if-not': 'x'}, {'value': 'w', 'if': 'x k'}]"),
-       mode("[{'value': 'v', 'description': 'd', 'if-not': 'x'}, {'value': 'w', 'if': ['X']}]")},
-      {"prompt-fallback", mode("[{'value': 'v', 'description': 'd', 'if-not': 'x'}]"), mode("[" + kLast)},
-      // Arguments.
-      {"never-bare", command(key("k", kOptional) + ", " + key("l", kOptional)),
-       command(group(kOptionalGroup, key("k", kOptional) + ", " + key("l", kOptional)))},
-      {"never-bare", command(group("", key("k", kOptional) + ", " + key("l", kOptional))),
-       command(key("k", kOptional) + ", " + key("l"))},
-      {"open-argument", mode("'p'", with(key("o", kOptional))), mode("'p'", with(key("o")))},
-      {"open-argument", mode("'p'", with(group("", key("o") + ", " + key("q", kOptional)))),
-       mode("'p'", with(group("", key("o", kOptional) + ", " + key("q"))))},
-      {"open-argument", mode("'p'", with(group(kExclusive, key("o") + ", " + key("q", with(value("int", kOptional)))))),
-       mode("'p'", with(group(kExclusive, key("o") + ", " + key("q", with(value("int"))))))},
-      {"hidden-commands", command(value("int"), kWord), command(value("int", kOptional), kWord)},
-      {"taken-abbreviation", command(key("wide", kOptional), kWord), command(key("narrow", kOptional), kWord)},
-      {"taken-abbreviation", command(value("int") + ", " + key("wide", kOptional), kWord),
-       command(key("wide", kOptional) + ", " + value("int"), kWord)},
-      {"taken-abbreviation", command(group(kOptionalGroup, key("n", kOptional + with(key("wide", kOptional)))), kWord),
-       command(group(kOptionalGroup, key("n", kOptional + with(key("wide")))), kWord)},
-      {"blocking-group", command(group("", key("k") + ", " + key("l", kOptional)) + ", " + key("z")),
-       command(group("", key("k", kOptional) + ", " + key("l")) + ", " + key("z"))},
-      {"blocking-group", command(key("k", with(value("int", kOptional))) + ", " + key("z")),
-       command(key("z") + ", " + key("k", with(value("int", kOptional))))},
-      {"hidden-value", command(group(kExclusive, value("string") + ", " + value("int"))),
-       command(group(kExclusive, value("int") + ", " + value("string")))},
-      {"hidden-value", command(group(kExclusive, value("IPAddress") + ", " + value("IPv4Prefix"))),
-       command(group(kExclusive, value("IPv4Address") + ", " + value("IPv6Address")))},
-      {"hidden-value", command(group(kExclusive, value("int", kNine) + ", " + value("int", ", '#enum': [1, 9]"))),
-       command(group(kExclusive, value("int", kNine) + ", " + value("int", ", '#enum': [1, 10]")))},
-      {"hidden-value", command(value("int", kOptional) + ", " + value("string")),
-       command(value("int", kOptional) + ", " + value("string", kOptional) + ", " + key("z"))},
-      {"value-before-keyword", command(group(kExclusive, value("string") + ", " + key("k"))),
-       command(group(kExclusive, key("k") + ", " + value("string")))},
-      {"value-before-keyword", command(group(kOptionalGroup, value("string")) + ", " + key("z")),
-       command(group(kOptionalGroup, value("int")) + ", " + key("z"))},
-      {"unreachable-entry", command(value("IPv4Address", ", '#enum': ['any', '10.0.0.1']")),
-       command(value("IPv4Address", ", '#enum': ['10.0.0.1']"))},
-      {"unreachable-entry", command(value("int", kNine + ", '#enum': [5, 10]")),
-       command(value("int", kNine + ", '#enum': [5, 9]"))},
-      {"unreachable-entry", command(value("string", ", '#enum': ['5', 5]")),
-       command(value("string", ", '#enum': ['5', 6, 1.5]"))},
-      // Privileges.
-      {"unmatched-privilege", kPlain, kPlain, entry("A", "", 1), entry("a", "", 1)},
-      {"unmatched-privilege", kPlain, kPlain, entry("a", "", 1) + ", '2': " + entry("a", "", 2),
-       entry("a", "", 1) + ", '2': " + entry("b", "", 2)},
-      {"unmatched-privilege", mode("'p'"), mode("'p'"), entry("m x", "", 1), entry("x", "p", 1)},
-      {"unread-privilege", kPlain, kPlain, entry("a", "", 1) + ", 'level1': " + entry("a", "", 1),
-       entry("a", "", 1) + ", 'comment': 'levels of the lab'"},
-      {"privilege-without-effect", kPlain, kPlain, entry("a", "", -1), entry("a", "", 0)},
-      {"unreachable-level", mode("'p'"), mode("'p'"), entry("m", "", 5) + ", '2': " + entry("x", "p", 4),
-       entry("m", "", 5) + ", '2': " + entry("x", "p", 6)},
-  };
+  std::vector<RuleCase> cases;
+  std::ifstream file(TEST_DATA_DIR "/check_rules.txt");
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line.starts_with("#")) continue;
+    const std::string kind = line.substr(0, line.find(' '));
+    const std::string text = json(std::string_view(line).substr(std::min(kind.size() + 1, line.size())));
+    if (kind == "-") cases.back().breaks = text;
+    if (kind == "+") cases.back().keeps = text;
+    if (kind == "-p") cases.back().privileges_break = text;
+    if (kind == "+p") cases.back().privileges_keep = text;
+    if (kind == line) cases.emplace_back().rule = line;
+  }
+  EXPECT_GT(cases.size(), 70U);
+  return cases;
 }
 
 TEST(Check, EachRuleHasWhatBreaksItAndWhatDoesNot) {
   for (const RuleCase &row : rule_cases()) {
-    const Checked broken(json(row.breaks), table(row.privileges_break));
-    const Checked kept(json(row.keeps), table(row.privileges_keep));
+    const Checked broken(row.breaks, row.privileges_break);
+    const Checked kept(row.keeps, row.privileges_keep);
     EXPECT_TRUE(broken.has(row.rule)) << row.rule << ": " << row.breaks << testing::PrintToString(broken.rules());
     EXPECT_FALSE(kept.has(row.rule)) << kept.report(print_as_text);
     EXPECT_EQ(kept.findings().count(Severity::kError), 0U) << kept.report(print_as_text) << row.keeps;
@@ -289,7 +127,8 @@ TEST(Check, EachRuleHasWhatBreaksItAndWhatDoesNot) {
 }
 
 TEST(Check, AnErrorIsNotAWarningAsWell) {
-  const Checked checked(json(mode("[{'value': 'v', 'description': 'd', 'if': 'm x'}]")));
+  const Checked checked(json(
+      "{'m': {'#help': 'h', '#commands': {'x': {@}}, '#prompt': [{'value': 'v', 'description': 'd', 'if': 'm x'}]}}"));
   EXPECT_EQ(checked.rules(), std::set<std::string_view>({"prompt-no-variant"}));
 }
 
