@@ -156,7 +156,6 @@ struct Prefix {
   unsigned length = 0;
 };
 
-// NOLINTBEGIN(cert-err34-c): what is read was matched before, or is written by the kernel
 Prefix parse_prefix(const std::string &text) {
   Prefix prefix;
   const size_t slash = text.find('/');
@@ -211,7 +210,6 @@ bool read_process(const char *pid, Process &process) {
   process.cpu_seconds = static_cast<double>(user + kernel) / static_cast<double>(sysconf(_SC_CLK_TCK));
   return true;
 }
-// NOLINTEND(cert-err34-c)
 
 std::string trimmed(const std::string &text) {
   const size_t begin = text.find_first_not_of(" \t");
