@@ -7,10 +7,11 @@ import pathlib
 import re
 import shutil
 import subprocess
-import tempfile
 import unittest
 
-SHELL = os.environ["CLI_SHELL"]
+import shell_test
+from shell_test import SHELL
+
 PROJECT = pathlib.Path(os.environ["PROJECT_DIR"])
 GUIDE = PROJECT / "docs/definitions.md"
 CAMPUS = [str(PROJECT / "schema/samples/good/campus.json"),
@@ -22,17 +23,9 @@ def run(*arguments, text=""):
     return done.stdout, done.stderr, done.returncode
 
 
-class Case(unittest.TestCase):
-    maxDiff = None
-
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-
+class Case(shell_test.Case):
     def file(self, name, content):
-        (self.folder / name).write_text(content)
-        return self.folder / name
+        return pathlib.Path(super().file(name, content))
 
     def script(self, body, header="definition: language.json\n"):
         self.file("language.json", '{"show": {"#help": "S", "#handler": "a"}, "%level": {"#help": "L", "#handler": "b"},'
@@ -52,7 +45,7 @@ class Preview(Case):
             self.assertIn(expected, out)
 
     def test_what_cannot_be_done_is_one_line_and_status_2(self):
-        missing = self.folder / "missing"
+        missing = self.folder + "/missing"
         self.script("")
         cases = [(["preview", missing], "missing: No such file"), (["preview", self.folder], "Is a directory"),
                  (["check", missing], "missing: No such file"), (["reference", missing], "missing: No such file"),
@@ -144,13 +137,13 @@ class Guide(Case):
             if kind == "json":
                 self.file(name, content)
                 if not name.endswith(".privileges.json") and not name.startswith("wrong"):
-                    out, err, status = run("check", self.folder / name)
+                    out, err, status = run("check", self.folder + "/" + name)
                     self.assertEqual(0, status, out + err)
                     if not name.startswith("pitfall"):
                         self.assertNotIn(" warning: ", out)
                 return block.group(0)
             if kind == "findings":
-                found = run("check", self.folder / name)[0].replace(f"{self.folder}/", "")
+                found = run("check", self.folder + "/" + name)[0].replace(f"{self.folder}/", "")
                 if not os.environ.get("UPDATE"):
                     self.assertEqual(content, found)
                 return f"```findings {name}\n{found}```"
