@@ -79,6 +79,9 @@ struct JsonDocument {
   JsonDocument(std::string file_name, std::string text) : file(std::move(file_name)), bytes(std::move(text)) {}
 };
 
+// Largest document, in bytes, that offsets are sure to reach.
+constexpr std::size_t kLargestDocument = std::size_t{1} << 30;
+
 // Parses the bytes into the root. False, with the fault, when they are no document.
 [[nodiscard]] bool read_json(JsonDocument &document, JsonFault &fault);
 

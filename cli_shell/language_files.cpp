@@ -1,5 +1,7 @@
 #include "cli_shell/language_files.hpp"
 
+#include <new>
+
 #include "cli_shell/check.hpp"
 #include "cli_shell/options.hpp"
 
@@ -9,11 +11,15 @@ namespace {
 std::unique_ptr<cli_check::JsonDocument> read_text(const std::string &path) {
   std::string text = read_file(path);
   if (text.find('\0') != std::string::npos) throw UserError(path + ": is not a text");
+  if (text.size() > cli_check::kLargestDocument) throw UserError(path + ": is larger than 1 GiB");
   return std::make_unique<cli_check::JsonDocument>(path, std::move(text));
 }
 
-JsonRef to_engine(const cli_check::JsonDocument &document) {
-  return JsonRef(json_loadb(document.bytes.data(), document.bytes.size(), JSON_REJECT_DUPLICATES, nullptr));
+// Of a document without a fault: what may still be missing is memory.
+JsonRef to_engine(const cli_check::JsonDocument &sound) {
+  JsonRef document(json_loadb(sound.bytes.data(), sound.bytes.size(), JSON_REJECT_DUPLICATES, nullptr));
+  if (!document) throw std::bad_alloc();
+  return document;
 }
 
 }  // namespace
