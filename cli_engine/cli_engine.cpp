@@ -3,13 +3,18 @@
 #include "cli_engine/cli_engine.h"
 
 #include <cstdio>
+#include <cstdlib>
 
+#include "cli_engine/engine_state.hpp"
 #include "cli_engine/loader.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/parser.hpp"
 #include "libglobal/log_assert.h"
+#include "libglobal/report.hpp"
 
 cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, void *context, json_t *privileges) {
+  engine->internal =
+      libglobal::xcalloc(1, sizeof(cli_engine::EngineState), LIBGLOBAL_CALLER(cli_engine::kEngineSource));
   tokenizer_open(&engine->tokenizer);
   if (cli_load_commands(engine, types, definitions, privileges) != 0) {
     return nullptr;
@@ -38,6 +43,8 @@ void cli_free(cli *engine) {
   parser_close(&engine->parser);
   cli_unload_commands(engine);
   tokenizer_close(&engine->tokenizer);
+  std::free(engine->internal);
+  engine->internal = nullptr;
   engine->initialized = 0;
 }
 

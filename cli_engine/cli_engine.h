@@ -26,6 +26,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "cli_engine/node.h"
 #include "cli_engine/pager.h"
 #include "cli_engine/parser.h"
 #include "cli_engine/tokenizer.h"
@@ -38,120 +39,21 @@
 extern "C" {
 #endif
 
-typedef struct cli cli;
-typedef struct cli_node cli_node;
+/* Takes a piece of what the engine prints: bytes as they come, cut anywhere. 0, or -1: nobody takes output any more,
+ * and the rest of the present command's output is dropped. It must not call the engine, except for cli_interrupt. */
+typedef int (*cli_write)(void *data, const char *text, size_t len);
 
-/* A host's function behind a "#handler" name: called with the engine and the node that owns it. For a command the
- * result is ignored; for a mode a result other than 0 refuses the entry. Arguments are read with cli_node_find and
- * cli_node_value, output goes to engine->pager. It must not call cli_execute, cli_help or cli_autocomplete on the same
- * engine, nor unload its commands. */
-typedef int (*cli_handler)(cli *engine, cli_node *node);
+/* Appends to the array `result`, as strings, whole words that the value could be; `text` is what was typed of it. */
+typedef void (*cli_complete_value)(cli *engine, cli_node *value, const char *text, json_t *result);
 
-/* Kinds of node (node_type). The numbers are part of the interface. */
-typedef enum node_type {
-  TYPE_SUBCONFIG = 0, /* a command that enters a mode; the root too */
-  TYPE_COMMAND = 1,   /* a command word with a handler */
-  TYPE_WORD = 2,      /* a command word without one */
-  TYPE_KEY = 3,       /* a keyword argument, which may take one value */
-  TYPE_VALUE = 4,     /* a typed value */
-  TYPE_CONTAINER = 5, /* a group of arguments */
-  TYPE_ALIAS = 6      /* a word that stands for another line */
-} node_type;
-
-/* How a group's members may be given (`mode` of a container). */
-enum { CONTAINER_SEQUENTIAL = 0, CONTAINER_SELECTIVE = 1, CONTAINER_EXCLUSIVE = 2 };
-
-/* What a value's notation in the dump says (`repeat`): bit 0 several, bit 1 a range. */
-enum { REPEAT_NONE = 0, REPEAT_MULTI = 1, REPEAT_RANGE = 2, REPEAT_MULTI_RANGE = 3 };
-
-/* An ordered set of child words; walk it with cli_node_first_choice. */
-struct cli_node_set {
-  cli_node *root; /* null when empty */
-};
-
-/* Nodes in declaration order (or, for the mode stack, outermost first). */
-struct cli_node_list {
-  cli_node *first;      /* null when empty */
-  cli_node **last_link; /* the link of the last node, or `first` when empty */
-};
-
-/* TYPE_SUBCONFIG and TYPE_COMMAND */
-struct cli_node_subconfig {
-  cli_handler handler;         /* null for a mode that needs none */
-  struct cli_node_set choices; /* the words below */
-  struct cli_node_list args;   /* at most one: a group stands for several */
-  json_t *prompt;              /* modes: reference to the "#prompt" value */
-  struct {
-    cli_node *next;
-    cli_node **prev_link;
-  } stack_link;             /* modes: place in the mode stack */
-  struct token_list tokens; /* modes: the line, typed in this mode, that entered the next deeper one */
-};
-
-/* TYPE_WORD */
-struct cli_node_word {
-  struct cli_node_set choices; /* the words below */
-  cli_node *link;              /* borrowed: matching goes on there after this word ("do": the root); else null */
-  struct cli_node_list args;   /* at most one: a group stands for several */
-};
-
-/* TYPE_KEY */
-struct cli_node_key {
-  struct cli_node_list args; /* the key's value, or nothing */
-  int32_t required;          /* 1 or 0 */
-};
-
-/* TYPE_CONTAINER */
-struct cli_node_container {
-  struct cli_node_list args; /* members */
-  int32_t required;          /* 1 or 0 */
-  int32_t mode;              /* CONTAINER_... */
-};
-
-/* TYPE_VALUE */
-struct cli_node_value_part {
-  struct validator validator; /* what it accepts */
-  int32_t required;           /* 1 or 0 */
-  int32_t repeat;             /* REPEAT_... */
-  json_t *value;              /* owned cache of cli_node_value */
-};
-
-/* TYPE_ALIAS */
-struct cli_node_alias {
-  char *alias;                    /* owned: the text it stands for */
-  struct token_list alias_tokens; /* owned: its words */
-};
-
-/* A word, keyword, value, group, alias or mode. For reading: hosts change nothing here. All texts and nodes live until
- * the commands are unloaded. */
-struct cli_node {
-  node_type type;          /* decides which part of the union counts */
-  json_t *definition;      /* reference to the JSON object that declared it; null for the root and built-in nodes */
-  cli_node *parent;        /* the node that holds it; null for the root */
-  char *help;              /* owned; null for a group and the root */
-  char *name;              /* owned; null for the root and an unnamed group */
-  const char *mode_prompt; /* borrowed: the prompt name of the mode that it was declared in */
-  size_t name_len;         /* bytes of the name */
-  int32_t privilege;       /* 0 to 15: the level that a user needs */
-  __extension__ union {
-    struct cli_node_subconfig subconfig;
-    struct cli_node_word word;
-    struct cli_node_key key;
-    struct cli_node_container container;
-    struct cli_node_value_part value;
-    struct cli_node_alias alias;
-  };
-  struct {
-    cli_node *left;
-    cli_node *right;
-    cli_node *parent;
-    int32_t colour;    /* 1 red, 0 black */
-  } choice_link;       /* place in the parent's choices */
-  cli_node *arg_link;  /* the next of the parent's arguments */
-  uint8_t completed;   /* this and what follows: marks of the last line; can take no further token */
-  uint8_t used;        /* the line matched this node or one below it */
-  struct token *token; /* borrowed: the token matched, or null */
-  void *internal;      /* the library's own */
+/* What `flags` of the engine record holds. */
+enum {
+  CLI_NO_COLOUR = 1U << 0U, /* no escape sequence in anything that the engine writes, tables included */
+  CLI_NO_ECHO = 1U << 1U,   /* a command's line is not written before its output */
+  CLI_HANDLERS_ONLY =
+      1U << 2U,               /* handlers come from `handlers` alone: a name missing there is a fault of the document */
+  CLI_DATA = 1U << 3U,        /* commands write data: one JSON document each, see cli_engine/table.h */
+  CLI_SHORT_ERRORS = 1U << 4U /* a failed line lists only what resembles the blamed word, ten rows at most */
 };
 
 /* An engine, in the host's memory. Zero-fill it, preset what is marked so, and call cli_init. */
@@ -172,6 +74,13 @@ struct cli {
   struct cli_node_list mode_stack; /* the entered modes, outermost first */
   cli_handler exit_handler;        /* preset: behind "exit" in every mode; null for no "exit" */
   cli_handler end_handler;         /* preset: behind "end" in every mode; null for no "end" */
+
+  const cli_handler_entry *handlers; /* preset: asked before the process's symbols; null for none */
+  cli_write write;                   /* preset: takes everything that the engine prints; null: standard output */
+  void *write_data;                  /* preset: handed to `write` */
+  cli_complete_value complete;       /* preset: offers what a value could be; null for none; see cli_complete */
+  uint32_t flags;                    /* preset: CLI_NO_COLOUR and others; may change between lines */
+  void *internal;                    /* the library's own */
 };
 
 /* ---- The life of an engine ---- */

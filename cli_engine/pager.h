@@ -38,6 +38,7 @@ struct pager {
   DynString *cur_line;   /* borrowed from the last line; null when there is none */
   pager_line_list lines; /* owned, in output order; an empty last line is open and is not output */
   pager_line_list spare; /* owned: entries for reuse */
+  void *internal;        /* the library's own */
 };
 
 /* Opens a pager in zero-filled memory. */

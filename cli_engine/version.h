@@ -12,11 +12,11 @@ extern "C" {
 
 /* The version of the headers that a host is compiled with. */
 #define CLI_ENGINE_VERSION_MAJOR 0
-#define CLI_ENGINE_VERSION_MINOR 1 /* raised when something is added */
+#define CLI_ENGINE_VERSION_MINOR 2 /* raised when something is added */
 #define CLI_ENGINE_VERSION_PATCH 0 /* raised when something is mended */
 
 /* The same as text. */
-#define CLI_ENGINE_VERSION "0.1.0"
+#define CLI_ENGINE_VERSION "0.2.0"
 
 /* Raised whenever a record that hosts share with the library changes; the SONAME follows it. */
 #define CLI_ENGINE_LAYOUT 0
