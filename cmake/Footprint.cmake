@@ -1,6 +1,6 @@
 # Target `footprint`: what the library takes of a device, printed. Meant for the preset `minsize`.
 add_executable(footprint_program EXCLUDE_FROM_ALL bench/footprint.c)
-project_target(footprint_program)
+cli_engine_project_target(footprint_program)
 set_target_properties(footprint_program PROPERTIES ENABLE_EXPORTS ON)
 target_link_libraries(footprint_program PRIVATE cli_engine::cli_engine)
 

@@ -16,9 +16,10 @@ install(EXPORT cli_engine_targets NAMESPACE cli_engine:: DESTINATION ${package_d
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/packaging/cli_engine-config.cmake.in
                               ${PROJECT_BINARY_DIR}/cli_engine-config.cmake INSTALL_DESTINATION ${package_dir})
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/cli_engine-config-version.cmake COMPATIBILITY SameMinorVersion)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/cli_engine-config-version.cmake COMPATIBILITY SameMajorVersion)
 # Found from where the file lies, so that the tree may be moved.
 file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+list(TRANSFORM CMAKE_DL_LIBS PREPEND -l OUTPUT_VARIABLE libraries_private)
 configure_file(${PROJECT_SOURCE_DIR}/packaging/cli_engine.pc.in ${PROJECT_BINARY_DIR}/cli_engine.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/cli_engine-config.cmake ${PROJECT_BINARY_DIR}/cli_engine-config-version.cmake
         DESTINATION ${package_dir} COMPONENT development)

@@ -1,24 +1,21 @@
 # The language level and the warnings of every target of the project.
-#   project_target(NAME)  applies them to one target
+#   cli_engine_project_target(NAME)  applies them to one target
 
-function(project_target name)
+function(cli_engine_project_target name)
   target_compile_features(${name} PRIVATE cxx_std_20 c_std_11)
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden C_VISIBILITY_PRESET hidden
                                            VISIBILITY_INLINES_HIDDEN ON)
   target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
   # GCC 12 warns of an overlap inside its own std::string when it optimises "literal" + std::string().
   target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
-  if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING) # other compilers warn of other things
-    target_compile_options(${name} PRIVATE -Werror)
-  endif()
   # Files, folders and their numbers may be large on 32-bit machines too.
   target_compile_definitions(${name} PRIVATE _GNU_SOURCE _FILE_OFFSET_BITS=64)
-  harden(${name})
+  cli_engine_harden(${name})
 endfunction()
 
 # Builds that are shipped check buffers and stacks, and their programs and libraries are laid out so that no table of
 # addresses stays writable. A sanitizer does the same work in its own way.
-function(harden name)
+function(cli_engine_harden name)
   if(CMAKE_CXX_FLAGS MATCHES "fsanitize")
     return()
   endif()

@@ -2,7 +2,7 @@
 
 function(link_checker name)
   if(name MATCHES "^check" AND TARGET cli_shell_check)
-    target_link_libraries(${name} PRIVATE "$<LINK_GROUP:RESCAN,cli_shell_check,cli_engine_static>")
+    target_link_libraries(${name} PRIVATE cli_shell_check cli_engine_internal)
   endif()
 endfunction()
 
