@@ -2,8 +2,8 @@
 #define CLI_ENGINE_NO_LAYOUT_CHECK  // this is what the check stands before
 #include "cli_engine/cli_engine.h"
 
-#include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include "cli_engine/engine_state.hpp"
 #include "cli_engine/loader.hpp"
@@ -12,11 +12,28 @@
 #include "libglobal/log_assert.h"
 #include "libglobal/report.hpp"
 
+namespace cli_engine {
+
+void open_state(cli *engine) {
+  void *const block = libglobal::xmalloc(sizeof(EngineState), LIBGLOBAL_CALLER(kEngineSource));
+  auto *const state = new (block) EngineState;
+  state->output.engine = engine;
+  engine->internal = state;
+}
+
+void close_state(cli *engine) {
+  std::free(engine->internal);
+  engine->internal = nullptr;
+  engine->pager.internal = nullptr;
+}
+
+}  // namespace cli_engine
+
 cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, void *context, json_t *privileges) {
-  engine->internal =
-      libglobal::xcalloc(1, sizeof(cli_engine::EngineState), LIBGLOBAL_CALLER(cli_engine::kEngineSource));
+  cli_engine::open_state(engine);
   tokenizer_open(&engine->tokenizer);
   if (cli_load_commands(engine, types, definitions, privileges) != 0) {
+    cli_engine::close_state(engine);
     return nullptr;
   }
   engine->initialized = 1;
@@ -26,6 +43,7 @@ cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, voi
   }
   parser_open(&engine->parser);
   pager_open(&engine->pager, -1, -1);
+  engine->pager.internal = &cli_engine::state_of(engine)->output;
   cli_engine::list_init(engine->mode_stack);
   cli_reset_subconfig(engine);
   parser_set_root(&engine->parser, &engine->root);
@@ -43,15 +61,14 @@ void cli_free(cli *engine) {
   parser_close(&engine->parser);
   cli_unload_commands(engine);
   tokenizer_close(&engine->tokenizer);
-  std::free(engine->internal);
-  engine->internal = nullptr;
+  cli_engine::close_state(engine);
   engine->initialized = 0;
 }
 
 int cli_load_commands(cli *engine, validator_typesystem *types, json_t *definitions, json_t *privileges) {
   engine->current = &engine->root;
   if (!json_is_object(definitions)) {
-    std::puts("Cannot load command DM");
+    cli_engine::write_out(engine, "Cannot load command DM\n");
     return -1;
   }
   cli_engine::load_tree(engine, types, definitions, privileges);

@@ -5,6 +5,7 @@
  *  - `_open`/`_close` work on a record in the caller's memory, `_new`/`_free` on the heap; `_free` of null is harmless.
  *  - One engine belongs to one thread. Several engines may exist.
  *  - Texts are NUL-terminated bytes, lengths and widths are in bytes.
+ *  - What is printed goes to standard output, or through `write` of the engine once a host preset that.
  *  - A fault of the host's documents ends the process with a message (exit status 1 or the assertion report of
  *    libglobal/log_assert.h), and so does exhausted memory. A line that a user types never does.
  *  - Handlers, matchers, converters and comparisons must not throw.
@@ -27,6 +28,7 @@
 #include <stdint.h>
 
 #include "cli_engine/node.h"
+#include "cli_engine/outcome.h"
 #include "cli_engine/pager.h"
 #include "cli_engine/parser.h"
 #include "cli_engine/tokenizer.h"
@@ -88,7 +90,7 @@ struct cli {
 /* Brings up an engine whose record is zero-filled but for the presets. The documents are borrowed for the call (the
  * tree takes references to what it needs); the registry must stay valid until the commands are unloaded; privileges may
  * be null. Handlers are found by dlsym among the process's global symbols. Returns the engine, or null, with a message
- * on standard output, when the definitions are null or not an object; any other fault in them ends the process. */
+ * in the output, when the definitions are null or not an object; any other fault in them ends the process. */
 CLI_API cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, void *context, json_t *privileges);
 
 #ifndef CLI_ENGINE_NO_LAYOUT_CHECK
@@ -116,7 +118,7 @@ CLI_API void cli_unload_commands(cli *engine);
 
 /* ---- Lines ---- */
 
-/* Executes a line: runs a handler, enters a mode, or says on standard output why not and what may follow. */
+/* Executes a line: runs a handler, enters a mode, or says why not and what may follow. */
 CLI_API void cli_execute(cli *engine, const char *line);
 
 /* Prints what may follow the line, or complete its last word, with help texts. */
@@ -192,7 +194,7 @@ CLI_API int cli_print_node(cli_node *node, token *tok, DynString *out, int colou
  * when not null, receives the first token that was not matched, or null. */
 CLI_API int cli_print_command(token *first, DynString *out, int colour, token **rest);
 
-/* Prints every command and mode with its arguments in bracket notation on standard output. */
+/* Prints every command and mode with its arguments in bracket notation. */
 CLI_API void cli_debug_dump(cli *engine);
 
 #ifdef __cplusplus

@@ -1,8 +1,9 @@
 // The dump: every command and mode of a tree, a line each, with its arguments in bracket notation.
-#include <cstdio>
 #include <string_view>
 
+#include "cli_engine/engine_state.hpp"
 #include "cli_engine/node.hpp"
+#include "cli_engine/output.hpp"
 #include "libglobal/dyn_string.hpp"
 #include "libglobal/report.hpp"
 
@@ -101,8 +102,11 @@ void print_word(const cli_node &node, DynString &buffer) {
   print_node_args(node, buffer);
 }
 
+// What is dumped is handed over in pieces of about so many bytes.
+constexpr std::size_t kWrittenAtOnce = 4096;
+
 // A line repeats the words and arguments of its path, which stand in the buffer already.
-void dump_node(const cli_node &node, DynString &buffer) {
+void dump_node(cli *engine, const cli_node &node, DynString &buffer, DynString &lines) {
   const cli_node_set *choices = cli_engine::choices_of(node);
   if (choices == nullptr) {
     return;
@@ -115,9 +119,12 @@ void dump_node(const cli_node &node, DynString &buffer) {
     }
     print_word(*choice, buffer);
     if (choice->type != TYPE_WORD) {
-      std::puts(buffer.data);
+      libglobal::append_all(lines, libglobal::view(buffer), "\n");
+      if (lines.len >= kWrittenAtOnce) {
+        cli_engine::write_out(engine, lines);
+      }
     }
-    dump_node(*choice, buffer);
+    dump_node(engine, *choice, buffer, lines);
     buffer.len = path;
     buffer.data[path] = '\0';
   }
@@ -126,6 +133,11 @@ void dump_node(const cli_node &node, DynString &buffer) {
 }  // namespace
 
 void cli_debug_dump(cli *engine) {
+  if (cli_engine::EngineState *const state = cli_engine::state_of(engine)) {
+    state->output.begin();
+  }
   const libglobal::DynStringOwner buffer{dyn_string_new()};
-  dump_node(engine->root, *buffer);
+  const libglobal::DynStringOwner lines{dyn_string_new()};
+  dump_node(engine, engine->root, *buffer, *lines);
+  cli_engine::write_out(engine, *lines);
 }

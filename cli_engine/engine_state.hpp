@@ -2,15 +2,22 @@
 #ifndef CLI_ENGINE_ENGINE_STATE_HPP
 #define CLI_ENGINE_ENGINE_STATE_HPP
 
-#include "cli_engine/cli_engine.h"
+#include "cli_engine/output.hpp"
 
 namespace cli_engine {
 
-struct EngineState {};
+struct EngineState {
+  Output output{};
+};
 
-inline EngineState &state_of(cli &engine) {
-  return *static_cast<EngineState *>(engine.internal);
+// Null for an engine that is not up.
+inline EngineState *state_of(const cli *engine) {
+  return static_cast<EngineState *>(engine->internal);
 }
+
+// Makes and releases it.
+void open_state(cli *engine);
+void close_state(cli *engine);
 
 }  // namespace cli_engine
 

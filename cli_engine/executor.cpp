@@ -1,9 +1,9 @@
 // Executing a line: the handler runs, the mode is entered, or the user is told where and why the line failed and what
 // may come there.
-#include <cstdio>
 #include <string_view>
 
 #include "cli_engine/display.hpp"
+#include "cli_engine/engine_state.hpp"
 #include "cli_engine/line.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/parser.hpp"
@@ -32,13 +32,19 @@ bool leave_modes_to(cli *engine, const cli_node *mode) {
   return engine->current == mode;
 }
 
-void run_command(cli *engine, cli_node *command) {
+void echo_line(cli *engine) {
   DynString &echo = *state_of(engine->parser).text;
   libglobal::clear(echo);
-  const token *const first = first_token(&engine->tokenizer);
-  cli_print_command(tokenizer_first(&engine->tokenizer), &echo, 1, nullptr);
+  cli_print_command(tokenizer_first(&engine->tokenizer), &echo, has_colours(*engine) ? 1 : 0, nullptr);
   libglobal::append(echo, '\n');
-  write_out(echo);
+  write_out(engine, echo);
+}
+
+void run_command(cli *engine, cli_node *command) {
+  const token *const first = first_token(&engine->tokenizer);
+  if ((engine->flags & CLI_NO_ECHO) == 0) {
+    echo_line(engine);
+  }
   if (engine->parser.root != engine->current) {
     libglobal::require(first != nullptr && first->node != nullptr, "first_node", kSource, __func__);
     const cli_node &word = *first->node;
@@ -77,17 +83,18 @@ void describe_error(cli *engine, DynString &text) {
     libglobal::append_all(text, message_of(error.errcode), "\n");
     return;
   }
+  const bool colour = has_colours(*engine);
   token *rest = nullptr;
-  const int width = cli_print_command(tokenizer_first(&engine->tokenizer), &text, 1, &rest);
-  libglobal::append(text, kErrorColour);
+  const int width = cli_print_command(tokenizer_first(&engine->tokenizer), &text, colour ? 1 : 0, &rest);
+  libglobal::append(text, colour ? kErrorColour : "");
   for (const token *tok = rest; tok != nullptr; tok = next_token(tok)) {
     libglobal::append_all(text, text_of(*tok), " ");
   }
   libglobal::append(text, '\n');
   libglobal::fill(text, ' ', static_cast<std::size_t>(width));
   const std::string_view blamed = rest == nullptr ? std::string_view{} : text_of(*rest);
-  libglobal::append_all(text, "^\n", kMessageColour, message_of(error.errcode), kReset, " at '", blamed, "': '",
-                        place_of(error.node), "'\n");
+  libglobal::append_all(text, "^\n", colour ? kMessageColour : "", message_of(error.errcode), colour ? kReset : "",
+                        " at '", blamed, "': '", place_of(error.node), "'\n");
 }
 
 // Prints what the text holds, and what may come at the place that the line reached.
@@ -98,17 +105,20 @@ void list_available(cli *engine, DynString &text) {
   get_available_nodes(engine->parser, &nodes, {});
   *engine->parser.error = outcome;  // the host may ask how the line ended
   if (nodes.size == 0) {
-    write_out(text);
+    write_out(engine, text);
     return;
   }
   libglobal::append(text, "Available: \n");
-  const NodeTable table{text, nodes};
+  const NodeTable table{engine, text, nodes};
   table.print("\t", ":", [](const cli_node &node) { return node.type != TYPE_ALIAS; });
 }
 
 }  // namespace
 
 cli_node *parse_line(cli *engine, const char *line, int cursor) {
+  if (EngineState *const state = state_of(engine)) {
+    state->output.begin();
+  }
   tokenizer_run(&engine->tokenizer, line, cursor);
   parser_set_root(&engine->parser, engine->current);
   parser_error &error = state_of(engine->parser).error;

@@ -1,5 +1,4 @@
 // "?" and completion: what may follow the line, or complete the word that is being typed.
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -13,7 +12,7 @@ namespace cli_engine {
 namespace {
 
 constexpr const char *kSource = "cli_engine/interactive";
-constexpr const char *kUnrecognized = "% Unrecognized input";
+constexpr const char *kUnrecognized = "% Unrecognized input\n";
 constexpr std::size_t kScreenWidth = 80;
 
 bool is_blank(char c) {
@@ -84,34 +83,35 @@ bool is_complete_command(const cli_node *selected) {
 }
 
 // A prompt and line longer than the screen are shown again below the help, on as many lines.
-void skip_wrapped_lines(std::size_t width) {
+void append_wrapped_lines(DynString &text, std::size_t width) {
   for (; width > kScreenWidth; width -= kScreenWidth) {
-    std::putchar('\n');
+    libglobal::append(text, '\n');
   }
 }
 
 void help(cli *engine, const char *line) {
   PartialLine partial(engine, line);
   if (partial.error() != E_OK && partial.error() != E_INCOMPLETE) {
-    std::puts(kUnrecognized);
+    write_out(engine, std::string_view{kUnrecognized});
     return;
   }
   DynString &text = *state_of(engine->parser).text;
   libglobal::clear(text);
   libglobal::append(text, "> [");
-  const int width = cli_print_command(tokenizer_first(&engine->tokenizer), &text, 1, nullptr);
+  const int width =
+      cli_print_command(tokenizer_first(&engine->tokenizer), &text, has_colours(*engine) ? 1 : 0, nullptr);
   libglobal::append(text, "?]\n");
-  write_out(text);
 
   PtrVector &nodes = partial.available();
   keep_helpful(nodes, partial.word());
-  NodeTable{text, nodes}.print("", "", [](const cli_node &) { return true; });
+  NodeTable{engine, text, nodes}.print("", "", [](const cli_node &) { return true; });
   if (partial.is_partial() && nodes.size == 0) {
-    std::puts(kUnrecognized);
+    libglobal::append(text, kUnrecognized);
   } else if (is_complete_command(partial.selected())) {
-    std::puts("<cr>");
+    libglobal::append(text, "<cr>\n");
   }
-  skip_wrapped_lines(static_cast<std::size_t>(width) + 1 + std::strlen(engine->prompt_text));
+  append_wrapped_lines(text, static_cast<std::size_t>(width) + 1 + std::strlen(engine->prompt_text));
+  write_out(engine, text);
 }
 
 // Collects completions: a text and the blank after it.

@@ -2,10 +2,10 @@
 #ifndef CLI_ENGINE_LINE_HPP
 #define CLI_ENGINE_LINE_HPP
 
-#include <cstdio>
 #include <string_view>
 
 #include "cli_engine/display.hpp"
+#include "cli_engine/output.hpp"
 #include "libglobal/dyn_string.hpp"
 #include "libglobal/ptr_vector.hpp"
 
@@ -18,24 +18,19 @@ inline constexpr std::string_view kReset = "\033[m";
 // Tokenizes a line and parses it from the present mode into the parser's own error record.
 cli_node *parse_line(cli *engine, const char *line, int cursor);
 
-// Writes a text to standard output and empties it.
-inline void write_out(DynString &text) {
-  std::fwrite(text.data, 1, text.len, stdout);
-  libglobal::clear(text);
-}
-
 // A table is written in pieces of about so many bytes.
 inline constexpr std::size_t kWrittenAtOnce = 1024;
 
-// Nodes with their help texts on standard output, a line each, the help texts in one column. What the text holds before
+// Nodes with their help texts, a line each, the help texts in one column. What the text holds before
 // is written with them.
 class NodeTable {
  public:
-  NodeTable(DynString &text, PtrVector &nodes) : text_(text), nodes_(nodes) {}
+  NodeTable(cli *engine, DynString &text, PtrVector &nodes) : engine_(engine), text_(text), nodes_(nodes) {}
 
   // Prints those that `shown` is true for, with `before` and `after` around the notation.
   template <class Shown>
   void print(std::string_view before, std::string_view after, Shown shown) const {
+    const bool colour = has_colours(*engine_);
     int widest = 0;
     for_each(shown, [&](const cli_node &node) {
       const int width = visible_width(node, text_);
@@ -43,15 +38,15 @@ class NodeTable {
     });
     for_each(shown, [&](const cli_node &node) {
       libglobal::append(text_, before);
-      const int width = print_node(node, nullptr, text_, true);
+      const int width = print_node(node, nullptr, text_, colour);
       libglobal::append(text_, after);
       libglobal::fill(text_, ' ', static_cast<std::size_t>(widest - width));
       libglobal::append_all(text_, "\t", node.help, "\n");
       if (text_.len >= kWrittenAtOnce) {
-        write_out(text_);
+        write_out(engine_, text_);
       }
     });
-    write_out(text_);
+    write_out(engine_, text_);
   }
 
  private:
@@ -65,6 +60,7 @@ class NodeTable {
     }
   }
 
+  cli *engine_;
   DynString &text_;
   PtrVector &nodes_;
 };

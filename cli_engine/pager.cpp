@@ -14,9 +14,15 @@
 #include <string_view>
 #include <utility>
 
+#include "cli_engine/capture.hpp"
+#include "cli_engine/output.hpp"
 #include "libglobal/chain.hpp"
 #include "libglobal/dyn_string.hpp"
 #include "libglobal/report.hpp"
+
+using cli_engine::Output;
+using cli_engine::output_of;
+using cli_engine::write_out;
 
 namespace {
 
@@ -25,7 +31,16 @@ constexpr const char *kSource = "cli_engine/pager";
 // What a finished line may keep unused: less would not pay for moving it, more would show when there are many lines.
 constexpr std::size_t kUnusedBytes = 24;
 
-// The one thing that the signal handler sees, common to all pagers: SIGINT came since the last InterruptWatch began.
+// A cleared pager keeps no more than this for its next lines, and none of them that grew larger than that.
+constexpr std::size_t kKeptBytes = std::size_t{64} * 1024;
+constexpr std::size_t kKeptLine = 4096;
+constexpr std::size_t kLineOverhead = sizeof(pager_line_entry) + sizeof(DynString);
+
+// Lines are handed to an engine's `write` in pieces of about so many bytes.
+constexpr std::size_t kWrittenAtOnce = 4096;
+
+// The one thing that the signal handler sees, common to all pagers that print on standard output: SIGINT came since the
+// last InterruptWatch began.
 volatile std::sig_atomic_t interrupted = 0;
 
 extern "C" void record_interrupt(int /*signal*/) {
@@ -33,7 +48,8 @@ extern "C" void record_interrupt(int /*signal*/) {
 }
 
 // While it lives, SIGINT is let through and only recorded; then the host's mask and handler are put back. The handler
-// is kept with its flags, and system calls are restarted after it.
+// is kept with its flags, and system calls are restarted after it. A host that asks for it is sent the signal that was
+// recorded, once its handler is back and before its mask is.
 class InterruptWatch {
  public:
   InterruptWatch() {
@@ -49,15 +65,27 @@ class InterruptWatch {
     sigprocmask(SIG_UNBLOCK, &unblocked, &previous_mask_);
   }
   ~InterruptWatch() {
+    if (passes_on_ && interrupted != 0 && has_host_handler()) {
+      sigaction(SIGINT, &previous_action_, nullptr);
+      raise(SIGINT);
+    }
     sigprocmask(SIG_SETMASK, &previous_mask_, nullptr);
     sigaction(SIGINT, &previous_action_, nullptr);
   }
+  void pass_on() { passes_on_ = true; }
   InterruptWatch(const InterruptWatch &) = delete;
   InterruptWatch &operator=(const InterruptWatch &) = delete;
 
  private:
+  // A signal that the host ignores, or that would end it, goes no further.
+  [[nodiscard]] bool has_host_handler() const {
+    return (previous_action_.sa_flags & SA_SIGINFO) != 0 ||
+           (previous_action_.sa_handler != SIG_DFL && previous_action_.sa_handler != SIG_IGN);
+  }
+
   struct sigaction previous_action_ = {};
   sigset_t previous_mask_ = {};
+  bool passes_on_ = false;
 };
 
 struct PipeClose {
@@ -145,6 +173,122 @@ void feed_output(pager *p, FILE *pipe) {
   }
 }
 
+// Runs a command with standard output watched for SIGINT.
+int capture_watched(pager *p, const char *command) {
+  Pipe pipe;
+  {
+    const InterruptWatch watch;
+    pipe.reset(popen(command, "r"));  // NOLINT(cert-env33-c): a shell command is what the host gives
+    if (pipe != nullptr) {
+      feed_output(p, pipe.get());
+    }
+    if (Output *const output = output_of(*p); output != nullptr && interrupted != 0) {
+      output->signalled = true;
+    }
+  }
+  return pipe == nullptr ? -1 : pclose(pipe.release());
+}
+
+// ---- Printing ----
+
+// The lines that are printed, with their numbers from 1 on.
+struct Range {
+  unsigned first;
+  unsigned last;
+};
+
+struct Printed {
+  int lines;
+  bool interrupted;
+};
+
+// Calls print for each line of the range, until it returns false; returns how many were printed.
+template <class Print>
+int for_each_line(const pager &p, Range range, Print print) {
+  int printed = 0;
+  unsigned number = 1;
+  for (const pager_line_entry *entry = p.lines.first; entry != nullptr; entry = entry->next, ++number) {
+    const bool shown = range.first <= number && number <= range.last && !is_open_line(*entry);
+    if (!print(shown ? entry->text : nullptr)) {
+      break;
+    }
+    printed += shown ? 1 : 0;
+  }
+  return printed;
+}
+
+Printed print_watched(const pager &p, Range range) {
+  Output *const output = output_of(p);
+  InterruptWatch watch;
+  const int printed = for_each_line(p, range, [output](const DynString *line) {
+    if (interrupted != 0 || (output != nullptr && output->is_cut())) {
+      return false;
+    }
+    if (line != nullptr) {
+      std::puts(line->data);
+    }
+    return true;
+  });
+  watch.pass_on();
+  if (output != nullptr && interrupted != 0) {
+    output->signalled = true;
+  }
+  return {printed, interrupted != 0};
+}
+
+Printed print_through(const Output &output, const pager &p, Range range) {
+  const libglobal::DynStringOwner piece{dyn_string_new()};
+  const int printed = for_each_line(p, range, [&](const DynString *line) {
+    if (output.is_cut()) {
+      return false;
+    }
+    if (line != nullptr) {
+      libglobal::append_all(*piece, libglobal::view(*line), "\n");
+      if (piece->len >= kWrittenAtOnce) {
+        write_out(output.engine, *piece);
+      }
+    }
+    return true;
+  });
+  write_out(output.engine, *piece);
+  return {printed, output.is_cut()};
+}
+
+Printed print_lines(const pager &p, Range range) {
+  if (!has_output(p)) {
+    return {0, false};
+  }
+  const Output *const output = output_of(p);
+  return output != nullptr && output->engine->write != nullptr ? print_through(*output, p, range)
+                                                               : print_watched(p, range);
+}
+
+constexpr Range kAllLines = {0, std::numeric_limits<unsigned>::max()};
+
+// ---- Keeping memory ----
+
+void free_entry(pager_line_entry *entry) {
+  dyn_string_free(entry->text);
+  std::free(entry);
+}
+
+// Takes off the list what is more than a cleared pager keeps.
+void release_surplus(pager_line_list &lines) {
+  std::size_t kept = 0;
+  pager_line_entry **link = &lines.first;
+  while (pager_line_entry *const entry = *link) {
+    const std::size_t size = kLineOverhead + entry->text->capacity;
+    if (entry->text->capacity <= kKeptLine && kept + size <= kKeptBytes) {
+      kept += size;
+      link = &entry->next;
+    } else {
+      *link = entry->next;
+      free_entry(entry);
+    }
+  }
+  lines.last_link = link;
+}
+
 }  // namespace
 
 void pager_open(pager *p, int first, int second) {
@@ -207,37 +351,35 @@ int pager_feedfmt(pager *p, const char *format, ...) {
 }
 
 int pager_feed_popen(pager *p, const char *command) {
-  Pipe pipe;
-  {
-    const InterruptWatch watch;
-    pipe.reset(popen(command, "r"));  // NOLINT(cert-env33-c): a shell command is what the host gives
-    if (pipe != nullptr) {
-      feed_output(p, pipe.get());
-    }
-  }
-  return pipe == nullptr ? -1 : pclose(pipe.release());
+  Output *const output = output_of(*p);
+  return output != nullptr && output->engine->write != nullptr ? cli_engine::capture(p, *output, command)
+                                                               : capture_watched(p, command);
 }
 
 void pager_show(pager *p) {
-  pager_show_line(p, 0, std::numeric_limits<unsigned>::max());
+  print_lines(*p, kAllLines);
   pager_clear(p);
 }
 
+int pager_flush(pager *p) {
+  if (p == nullptr) {
+    return -1;
+  }
+  const bool interrupted_now = print_lines(*p, kAllLines).interrupted;
+  pager_clear(p);
+  Output *const output = output_of(*p);
+  if (output == nullptr || output->engine->write == nullptr) {
+    std::fflush(stdout);  // whoever reads it need not wait for the next piece
+  }
+  if (output == nullptr) {
+    return interrupted_now ? -1 : 0;
+  }
+  output->refused = output->was_interrupted();
+  return output->refused ? -1 : 0;
+}
+
 int pager_show_line(pager *p, unsigned first, unsigned last) {
-  if (!has_output(*p)) {
-    return 0;
-  }
-  const InterruptWatch watch;
-  int printed = 0;
-  unsigned number = 1;
-  for (const pager_line_entry *entry = p->lines.first; entry != nullptr && interrupted == 0; entry = entry->next) {
-    if (first <= number && number <= last && !is_open_line(*entry)) {
-      std::puts(entry->text->data);
-      ++printed;
-    }
-    ++number;
-  }
-  return printed;
+  return print_lines(*p, {first, last}).lines;
 }
 
 int pager_line_count(pager *p) {
@@ -249,7 +391,12 @@ int pager_line_count(pager *p) {
 }
 
 void pager_clear(pager *p) {
-  libglobal::join(p->spare, p->lines);
+  // The lines that served last serve first again: those behind them are seldom reached and stay as small as they are.
+  if (p->lines.first != nullptr) {
+    release_surplus(p->lines);
+    libglobal::join(p->lines, p->spare);
+    libglobal::join(p->spare, p->lines);
+  }
   p->cur_line = nullptr;
 }
 
@@ -257,8 +404,7 @@ void pager_close(pager *p) {
   pager_clear(p);
   for (pager_line_entry *entry = p->spare.first; entry != nullptr;) {
     pager_line_entry *const next = entry->next;
-    dyn_string_free(entry->text);
-    std::free(entry);
+    free_entry(entry);
     entry = next;
   }
   libglobal::make_empty(p->spare);

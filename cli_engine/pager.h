@@ -1,8 +1,14 @@
 /* A command's output, collected as lines and then printed in one pass that Ctrl-C cuts short.
  *
- * Texts are copied. Line strings are borrowed from the pager and stay valid until it is cleared, shown or closed. While
- * lines are shown or a command's output is captured, SIGINT is unblocked and only recorded; the host's handler and mask
- * are back in place when the function returns. */
+ * Texts are copied. Line strings are borrowed from the pager and stay valid until it is cleared, shown, flushed or
+ * closed.
+ *
+ * A pager prints on standard output. While lines are shown or a command's output is captured, SIGINT is unblocked and
+ * only recorded; the host's handler and mask are back in place when the function returns. A handler function that the
+ * host installed for SIGINT is called once the printing was cut (it must return); a capture is not cut and calls none.
+ *
+ * The pager of an engine whose `write` is set prints through it and touches neither signal handlers nor the mask;
+ * cli_interrupt cuts it short. Between a line's beginning and its end, cli_interrupt does so for every engine. */
 #ifndef CLI_ENGINE_PAGER_H
 #define CLI_ENGINE_PAGER_H
 
@@ -66,11 +72,19 @@ CLI_API int pager_feed(pager *p, const char *text);
 CLI_API int pager_feedfmt(pager *p, const char *format, ...) CLI_PRINTF(2, 3);
 
 /* Runs a shell command and feeds each line of its output. Returns its termination status as pclose gives it, or -1 when
- * it could not be started. */
+ * it could not be started. For an engine whose `write` is set the command runs with an empty standard input and in a
+ * process group of its own, which cli_interrupt ends: with SIGINT, and with SIGTERM and SIGKILL when it is asked again
+ * or a second goes by. What the command printed until then is fed, and shown or flushed once more after the first
+ * interrupt. No command is started, -1, when the output was interrupted before. */
 CLI_API int pager_feed_popen(pager *p, const char *command);
 
-/* Prints the lines on standard output until the user interrupts, then clears the pager. */
+/* Prints the lines until the user interrupts, then clears the pager. */
 CLI_API void pager_show(pager *p);
+
+/* Prints the lines as pager_show does and empties the pager, so that a long command's output appears while it runs: an
+ * unfinished line is ended too. 0, or -1 when the output of the present line was interrupted or nobody takes it any
+ * more: what is fed from then on is dropped, and the handler does well to end. Null: -1. */
+CLI_API int pager_flush(pager *p);
 
 /* Prints the lines with the numbers first to last, counted from 1, and keeps them; returns how many were printed. */
 CLI_API int pager_show_line(pager *p, unsigned first, unsigned last);
@@ -78,7 +92,7 @@ CLI_API int pager_show_line(pager *p, unsigned first, unsigned last);
 /* The number of lines, the open one not counted. */
 CLI_API int pager_line_count(pager *p);
 
-/* Forgets the lines and keeps their memory for reuse. */
+/* Forgets the lines and keeps some memory, 64 KiB at most, for reuse. */
 CLI_API void pager_clear(pager *p);
 
 /* Releases all lines; the pager may be opened again. */

@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "cli_engine/output.hpp"
 #include "cli_engine/pager.h"
 #include "cli_engine/table.hpp"
 #include "libglobal/dyn_string.hpp"
@@ -138,13 +139,14 @@ void append_aligned(DynString &line, std::string_view text, std::size_t width, u
 }
 
 // Colours cover the whole field, not only its text.
-void append_field(DynString &line, const content &cell, int32_t width, int32_t height, int32_t number) {
-  if (cell.attr != 0) {
+void append_field(DynString &line, const content &cell, int32_t width, int32_t height, int32_t number, bool coloured) {
+  coloured = coloured && cell.attr != 0;
+  if (coloured) {
     RenditionBuffer buffer;
     libglobal::append(line, compose_rendition(cell.attr, buffer));
   }
   append_aligned(line, shown_text(cell, height, number), static_cast<std::size_t>(width), cell.halign);
-  if (cell.attr != 0) {
+  if (coloured) {
     libglobal::append(line, std::string_view{"\033[0m"});
   }
 }
@@ -153,7 +155,11 @@ void append_field(DynString &line, const content &cell, int32_t width, int32_t h
 class Drawing {
  public:
   Drawing(const table &drawn, pager &out)
-      : t(drawn), p(out), text_parts(parts_of(t.style, kTextLine)), text_length(length_of(text_parts)) {}
+      : t(drawn),
+        p(out),
+        text_parts(parts_of(t.style, kTextLine)),
+        text_length(length_of(text_parts)),
+        coloured(has_colours(out)) {}
 
   void draw(bool with_header) const {
     draw_border(kTopBorder);
@@ -227,7 +233,7 @@ class Drawing {
   void draw_text_lines(const content *cells, int32_t height) const {
     for (int32_t number = 0; number < height; ++number) {
       draw_line(text_parts, text_length, [&](DynString &line, int32_t col, int32_t width) {
-        append_field(line, cells[col + 1], width, height, number);
+        append_field(line, cells[col + 1], width, height, number, coloured);
       });
     }
   }
@@ -273,6 +279,7 @@ class Drawing {
   pager &p;
   LineParts text_parts;
   std::size_t text_length;
+  bool coloured;
 };
 
 std::span<const table_group_entry> entries_of(const table_group &g) {

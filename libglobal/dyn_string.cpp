@@ -39,6 +39,13 @@ void grow(DynString &s, std::size_t more) {
   s.data[s.len] = '\0';
 }
 
+void release(DynString &s) {
+  if (s.capacity != 0) {
+    std::free(s.data);
+  }
+  s = {empty_text, 0, 0};
+}
+
 }  // namespace libglobal
 
 DynString *dyn_string_new(void) {
@@ -51,9 +58,7 @@ void dyn_string_free(DynString *s) {
   if (s == nullptr) {
     return;
   }
-  if (s->capacity != 0) {
-    std::free(s->data);
-  }
+  libglobal::release(*s);
   std::free(s);
 }
 

@@ -77,6 +77,9 @@ inline void clear(DynString &s) {
   truncate(s, 0);
 }
 
+// Empties the string and gives its memory back.
+void release(DynString &s);
+
 inline std::string_view view(const DynString &s) {
   return {s.data, s.len};
 }

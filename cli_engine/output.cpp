@@ -1,0 +1,40 @@
+#include "cli_engine/output.hpp"
+
+#include "cli_engine/engine_state.hpp"
+
+namespace cli_engine {
+namespace {
+
+// A string that serves line after line keeps no more than this.
+constexpr std::size_t kKeptBytes = std::size_t{64} * 1024;
+
+}  // namespace
+
+void write_out(cli *engine, std::string_view text) {
+  EngineState *const state = state_of(engine);
+  if (text.empty() || (state != nullptr && state->output.is_cut())) {
+    return;
+  }
+  if (engine->write == nullptr) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+  } else if (engine->write(engine->write_data, text.data(), text.size()) != 0 && state != nullptr) {
+    state->output.refused = true;
+  }
+}
+
+void write_out(cli *engine, DynString &text) {
+  write_out(engine, libglobal::view(text));
+  if (text.capacity > kKeptBytes) [[unlikely]] {
+    libglobal::release(text);
+  }
+  libglobal::clear(text);
+}
+
+}  // namespace cli_engine
+
+void cli_interrupt(cli *engine) {
+  cli_engine::EngineState *const state = engine == nullptr ? nullptr : cli_engine::state_of(engine);
+  if (state != nullptr) {
+    state->output.interrupts.fetch_add(1, std::memory_order_relaxed);
+  }
+}
