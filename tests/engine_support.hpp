@@ -33,6 +33,12 @@ inline Json json(std::string text) {
   return value;
 }
 
+// A value as compact JSON text.
+inline std::string text_of(const json_t *value) {
+  const std::unique_ptr<char, decltype(&std::free)> text{json_dumps(value, JSON_ENCODE_ANY), &std::free};
+  return text != nullptr ? text.get() : "null";
+}
+
 // What is written to standard output while the function runs.
 template <class Function>
 std::string printed_by(Function function) {
@@ -105,8 +111,7 @@ class Engine {
   std::string complete(const std::string &line, const std::string &before = "[]") {
     const Json result = json(before);
     cli_autocomplete(&engine_, line.c_str(), 0, result.get());
-    const std::unique_ptr<char, decltype(&std::free)> text{json_dumps(result.get(), 0), &std::free};
-    return text.get();
+    return text_of(result.get());
   }
   int error() { return engine_.parser.error->errcode; }
 
