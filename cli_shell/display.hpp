@@ -1,26 +1,56 @@
-// The last process of the output: makes it fit for where it is shown, and starts the pager program for long output.
+// The end of the way of all output: makes it fit for where it is shown, and starts the pager program for long output.
 #ifndef CLI_SHELL_DISPLAY_HPP
 #define CLI_SHELL_DISPLAY_HPP
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "cli_shell/display_text.hpp"
+#include "cli_shell/file_descriptor.hpp"
+#include "cli_shell/pager_program.hpp"
 
 namespace cli_shell {
 
-// The pager program for long output on a terminal, as a shell command: CLI_SHELL_PAGER, PAGER, or less where it is
-// installed. "" for none: a dumb terminal, CLI_SHELL_MORE=0, a program that is not there.
-std::string pager_command();
+class Display {
+ public:
+  // `out` is borrowed. Writing is given up when `cancel` becomes readable.
+  Display(int out, int cancel, DisplayPolicy policy) : out_(out), cancel_(cancel), text_(policy), policy_(policy) {}
 
-constexpr int kDisplayInterrupted = 130;
+  // Begins an output, which goes to the pager program once more than a screenful of it has come without a pause.
+  void begin(PagerCommand pager);
 
-// Copies `in` to `out` until the input ends or SIGINT comes. A nonempty pager command is started once more than a
-// screenful has come without a pause. The exit status: kDisplayInterrupted after a SIGINT; another than 0, after a
-// message, when `out` cannot be written.
-int run_display(int in, int out, DisplayPolicy policy, const std::string &pager);
+  // Takes a piece; false when no further one will be shown.
+  bool feed(std::string_view piece);
 
-// Says that standard output cannot be written and why.
-void say_output_lost(int error);
+  // Whether something is kept back until it is known whether it fits the screen; then pauses are to be told.
+  bool holds() const { return !held_.empty(); }
+  void pause() { write_held(); }
+
+  // Ends the output and waits for the pager program. `cancelled`: what is not shown yet is dropped.
+  void finish(bool cancelled);
+
+  // Why `out` cannot be written any more, as errno; 0 when it can.
+  int error() const { return error_; }
+
+  PagerProgram &pager() { return pager_; }
+
+ private:
+  bool show();
+  bool write_held();
+  bool wait_for_room(int fd);
+
+  int out_;
+  int cancel_;
+  DisplayText text_;
+  DisplayPolicy policy_;
+  PagerCommand command_;
+  PagerProgram pager_;
+  std::string held_;
+  char last_shown_ = '\n';
+  bool ended_ = false;  // nobody looks any more
+  int error_ = 0;
+};
 
 }  // namespace cli_shell
 

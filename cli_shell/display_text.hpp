@@ -11,6 +11,7 @@ struct DisplayPolicy {
   bool colours;   // colour sequences (ESC [ digits and semicolons m) pass; else they are removed
   bool terminal;  // what could drive the terminal is shown as \xNN: control bytes other than newline and tab, DEL, the
                   // C1 controls, ill-formed UTF-8. Else only the escape byte is, and whole control sequences go
+  bool raw = false;  // nothing is changed
 };
 
 // Applies a policy to text that comes in pieces: sequences and characters may be cut anywhere.
@@ -22,6 +23,7 @@ class DisplayText {
 
   // The text has ended: what was kept back as the beginning of something is shown.
   void finish(std::string &out);
+  void forget() { kept_.clear(); }
 
  private:
   void convert(std::string_view text, bool at_end, std::string &out);

@@ -1,6 +1,5 @@
 #include "cli_shell/filters.hpp"
 
-#include <fcntl.h>
 #include <re2/re2.h>
 #include <strings.h>
 
@@ -11,8 +10,7 @@
 #include <optional>
 
 #include "cli_shell/display_text.hpp"
-#include "cli_shell/file_descriptor.hpp"
-#include "cli_shell/raw_write.hpp"
+#include "cli_shell/whole_file.hpp"
 #include "cli_shell/words.hpp"
 
 namespace cli_shell {
@@ -35,7 +33,10 @@ class Regex {
     options.set_log_errors(false);
     options.set_max_mem(kMemory);
     regex_.emplace(pattern, options);
-    return regex_->ok() ? "" : "Invalid regular expression '" + pattern + "': " + regex_->error();
+    if (regex_->ok()) return "";
+    std::string error = regex_->error();
+    if (regex_->error_arg() == pattern) error.resize(error.size() - pattern.size() - 2);  // what follows ": "
+    return "Invalid regular expression '" + pattern + "': " + error;
   }
 
   // Colours are no part of what a user sees as the line's text.
@@ -105,7 +106,10 @@ class Count : public LineFilter {
     ++lines_;
     return true;
   }
-  void end(LineSink &out) override { out.line(std::to_string(lines_), true); }
+  std::string end(LineSink &out) override {
+    out.line(std::to_string(lines_), true);
+    return "";
+  }
   size_t lines_ = 0;
 };
 
@@ -133,8 +137,9 @@ class Tail : public LineFilter {
     kept_.push_back({std::string(text), ended});
     return true;
   }
-  void end(LineSink &out) override {
+  std::string end(LineSink &out) override {
     for (const auto &[text, ended] : kept_) out.line(text, ended);
+    return "";
   }
   size_t wanted_;
   std::deque<std::pair<std::string, bool>> kept_;
@@ -146,32 +151,32 @@ class Save : public LineFilter {
   explicit Save(std::string path) : path_(std::move(path)) {}
 
  private:
-  std::string open() override {
-    file_ = FileDescriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    return file_ ? "" : cannot_write(errno);
-  }
+  std::string open() override { return file_.open(path_) ? "" : cannot_write(); }
   bool line(std::string_view text, bool ended, LineSink &) override {
     pending_ += without_sequences(text, buffer_);
     if (ended) pending_ += '\n';
     constexpr size_t kBlock = 65536;
     return pending_.size() < kBlock || write_pending();
   }
-  void end(LineSink &) override { write_pending(); }
+  std::string end(LineSink &) override {
+    if (write_pending() && !file_.put_in_place()) error_ = cannot_write();
+    return error_;
+  }
 
   bool write_pending() {
-    if (failed_) return false;
-    failed_ = !write_all(file_.get(), pending_);
-    if (failed_) say_on_standard_error(cannot_write(errno));
+    if (error_.empty() && !file_.write(pending_)) error_ = cannot_write();
     pending_.clear();
-    return !failed_;
+    return error_.empty();
   }
-  std::string cannot_write(int error) const { return "Cannot write '" + path_ + "': " + std::strerror(error); }
+  std::string cannot_write() const {
+    return "Cannot write '" + path_ + "': " + (errno == EINVAL ? "Not a regular file" : std::strerror(errno));
+  }
 
   std::string path_;
-  FileDescriptor file_;
+  WholeFile file_;
   std::string pending_;
   std::string buffer_;
-  bool failed_ = false;
+  std::string error_;
 };
 
 // ---- Their arguments
@@ -235,6 +240,8 @@ MadeFilter with_number(const char *name, std::string_view raw) {
   const auto [stop, error] = std::from_chars(argument.text.data(), end, number);
   if (argument.words != 1 || error != std::errc() || stop != end)
     return {nullptr, std::string("'") + name + "' needs a number of lines"};
+  if (number > kMostLinesKept)
+    return {nullptr, std::string("'") + name + "' takes at most " + std::to_string(kMostLinesKept) + " lines"};
   return {std::make_unique<Filter>(number), ""};
 }
 
@@ -329,6 +336,7 @@ FilteredLine split_filters(std::string_view line) {
   FilteredLine result;
   const std::vector<size_t> found = bars(line);
   result.command = line.substr(0, found.empty() ? line.size() : found[0]);
+  if (found.size() > kMostFilters) result.error = "A line has at most " + std::to_string(kMostFilters) + " filters";
   for (size_t i = 0; i < found.size() && result.error.empty(); ++i) {
     const bool is_last = i + 1 == found.size();
     const size_t end = is_last ? line.size() : found[i + 1];

@@ -9,6 +9,9 @@
 
 namespace cli_shell {
 
+constexpr size_t kMostFilters = 16;         // in one line
+constexpr size_t kMostLinesKept = 1000000;  // by one filter
+
 // Where a filter's output goes.
 class LineSink {
  public:
@@ -28,8 +31,9 @@ class LineFilter {
   // Takes a line; false when no further one can make a difference.
   virtual bool line(std::string_view text, bool ended, LineSink &out) = 0;
 
-  // The output has ended.
-  virtual void end(LineSink &) {}
+  // The output has ended; the message when the filter's work failed, else "". A filter that is destroyed without it
+  // leaves nothing behind.
+  virtual std::string end(LineSink &) { return ""; }
 };
 
 // A line as typed, taken apart at each unquoted bar that stands between blanks.

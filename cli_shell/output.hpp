@@ -1,9 +1,8 @@
 // Where a command's output goes: through filters, a display that makes it harmless, and a pager program.
 //
-// The library and the handlers print to standard output. While they run, descriptor 1 is a pipe into child processes,
-// one for each filter and one for the display, so that nothing is held back and nothing can block; programs that a
-// handler starts print into the same pipe. When nothing needs changing (no filter, colours on, no terminal) there is
-// neither pipe nor process.
+// The library and the handlers print to standard output. While they run, descriptor 1 is a pipe to a thread of this
+// process (printer.hpp), so that nothing is held back and nothing can block; programs that a handler starts print into
+// the same pipe. When nothing needs changing (no filter, colours on, no terminal) it stays what it is.
 #ifndef CLI_SHELL_OUTPUT_HPP
 #define CLI_SHELL_OUTPUT_HPP
 
@@ -12,8 +11,10 @@
 #include <vector>
 
 #include "cli_shell/display_text.hpp"
+#include "cli_shell/file_descriptor.hpp"
 #include "cli_shell/filters.hpp"
 #include "cli_shell/options.hpp"
+#include "cli_shell/printer.hpp"
 
 namespace cli_shell {
 
@@ -24,15 +25,18 @@ class Output {
     std::vector<std::unique_ptr<LineFilter>> filters = {};
     size_t unfiltered = 0;  // bytes at the beginning that pass by the filters
     bool paged = false;     // may go to the pager program when long
+    int length = -1;        // the screen's, in rows; -1 for that of the terminal, 0 for no paging
   };
 
-  // `interactive`: SIGINT ends the output of a body, not the process.
+  // `interactive`: SIGINT ends the output of a body, not the process. Throws UserError when there is no pipe or thread.
   Output(ColourChoice choice, bool interactive);
   ~Output();
   Output(const Output &) = delete;
   Output &operator=(const Output &) = delete;
 
-  // Runs the body with its standard output routed; returns when all of it has been written. Bodies do not nest.
+  // Runs the body with its standard output routed; returns when all of it has been written. Bodies do not nest. When
+  // there is no pipe, that is said first: then a body whose output is to be filtered is not run, and any other one runs
+  // with what it prints dropped.
   void run(const std::function<void()> &body, Route route);
   void run(const std::function<void()> &body) { run(body, Route()); }
 
@@ -45,13 +49,26 @@ class Output {
   // Standard output could not be written; that was said on standard error.
   bool lost() const { return lost_; }
 
+  // Something else that was asked for failed: a file that was not saved, a line that was not run. That was said, too.
+  bool failed() const { return failed_; }
+
  private:
+  void run_unheard(const std::function<void()> &body);
+  void run_into(Printer &printer, const std::function<void()> &body);
+  void take(const Printer::Result &result);
   void note_loss();
 
   DisplayPolicy policy_;
   bool interactive_;
+  FileDescriptor standard_output_;
+  FileDescriptor nowhere_;
+  Printer printer_;
   bool lost_ = false;
+  bool failed_ = false;
 };
+
+// Says that standard output cannot be written and why.
+void say_output_lost(int error);
 
 }  // namespace cli_shell
 

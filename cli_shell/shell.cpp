@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <type_traits>
 
 #include "cli_shell/control.hpp"
@@ -110,13 +109,15 @@ void Shell::execute(const std::string &line) {
   if (is_comment(line)) return;
   if (is_own(line)) return print([&] { run_control(&record_.engine, line); });
   FilteredLine parts = split_filters(line);
-  if (!parts.error.empty()) return say(parts.error);
+  if (!parts.error.empty()) return refuse(parts.error);
 
-  Output::Route route{.filters = {}, .unfiltered = 0, .paged = true};
-  if (!parts.filters.empty() && selects_command(parts.command, route.unfiltered)) {
+  Output::Route route;
+  if (selects_command(parts.command, route.unfiltered)) {
     for (const auto &filter : parts.filters)
-      if (const std::string error = filter->open(); !error.empty()) return say(error);
+      if (const std::string error = filter->open(); !error.empty()) return refuse(error);
     route.filters = std::move(parts.filters);
+    route.paged = !input_waits_;
+    route.length = record_.engine.pager.window[0];
   }
   output_.run([&] { cli_execute(&record_.engine, parts.command.c_str()); }, std::move(route));
 }
@@ -148,7 +149,7 @@ void Shell::print(const std::function<void()> &body, bool paged) {
   output_.run(body, {.filters = {}, .unfiltered = 0, .paged = paged});
 }
 
-void Shell::say(const std::string &message) {
+void Shell::refuse(const std::string &message) {
   print([&] { std::printf("%% %s\n", message.c_str()); });
 }
 

@@ -44,6 +44,9 @@ class Shell {
   // Executes a line as typed at the prompt or given by -c: with filters behind " | ", and paged on a terminal.
   void execute(const std::string &line);
 
+  // Further lines wait already: a pager program, which reads the keys, is not started for the ones before them.
+  void expect_input(bool waits) { input_waits_ = waits; }
+
   // Executes a line as it stands, without filters or pager.
   void execute_plain(const std::string &line);
 
@@ -78,8 +81,8 @@ class Shell {
   // An "exit" ran at the top level, or standard output was lost: read no further line.
   bool leave_requested() const { return leave_requested_ || output_.lost(); }
 
-  // Standard output could not be written (a message was given on standard error): the exit status is not 0.
-  bool output_lost() const { return output_.lost(); }
+  // Output or a file could not be written (a message was given on standard error): the exit status is not 0.
+  bool output_lost() const { return output_.lost() || output_.failed(); }
 
   // Whether colours may be sent to standard output.
   bool colours() const { return output_.colours(); }
@@ -95,7 +98,7 @@ class Shell {
   // A run over the line, with marks in the tree as a line that is executed leaves them.
   cli_node *parse(const std::string &line);
   bool selects_command(const std::string &command, size_t &echo_size);
-  void say(const std::string &message);
+  void refuse(const std::string &message);
   void help_filters(const std::string &before_cursor, size_t filter_start);
   bool is_secret_name(const char *name) const;
   bool is_secret_value(const cli_node *node) const;
@@ -108,6 +111,7 @@ class Shell {
   bool started_ = false;
   bool accepts_controls_ = false;
   bool leave_requested_ = false;
+  bool input_waits_ = false;
 };
 
 }  // namespace cli_shell

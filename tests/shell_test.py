@@ -10,6 +10,7 @@ import pexpect
 
 SHELL = os.environ["CLI_SHELL"]
 HANDLERS = os.environ["SHELL_HANDLERS"]
+FAULTS = os.environ["FAULTS"]
 DATA = os.environ["TEST_DATA"]
 LANGUAGE = DATA + "/shell.json"
 ENVIRONMENT = {**{k: v for k, v in os.environ.items() if k not in ("NO_COLOR", "PAGER", "CLI_SHELL_PAGER", "LINES")},
@@ -239,8 +240,17 @@ class Filters(Case):
         with open(path, encoding="utf-8") as saved:
             self.assertEqual(["interface eth0", " address 192.0.2.1", "  secondary", "interface eth1", "end"],
                              saved.read().splitlines())
-        out, err, _ = run("-c", "show lines 9 | save /dev/full")
-        self.assertEqual(("show lines 9 \n", "cli-shell: Cannot write '/dev/full': No space left on device\n"), (out, err))
+        for name in (path, "/dev/full", self.folder):
+            before = set(os.listdir(self.folder))
+            out, err, status = run("-c", "show lines 9 | save '%s'" % name, env={"LD_PRELOAD": FAULTS, "FAULT": "fsync 1"})
+            self.assertEqual(before, set(os.listdir(self.folder)))
+            if name == path:
+                self.assertEqual(("cli-shell: Cannot write '%s': Input/output error\n" % path, 1), (err, status))
+            else:
+                self.assertRegex(out, "^% Cannot write '.*': (Not a regular file|Is a directory)\n$")
+        with open(path, encoding="utf-8") as saved:
+            self.assertIn("interface eth0", saved.read())
+        self.assertEqual(0o600, os.stat(path).st_mode & 0o777)
 
     def test_only_prompt_and_c_have_filters(self):
         line = b"show lines 1 | count\n"

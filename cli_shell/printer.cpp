@@ -1,0 +1,270 @@
+#include "cli_shell/printer.hpp"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include "cli_shell/options.hpp"
+
+namespace cli_shell {
+namespace {
+
+constexpr int kPauseMilliseconds = 300;           // output that pauses so long is shown as far as it has come
+constexpr size_t kLongestLine = size_t{1} << 20;  // a longer one reaches the filters in pieces
+constexpr std::string_view kMessage = "% ";
+
+[[noreturn]] void refuse(int error) {
+  throw UserError(std::string("cannot prepare the output: ") + std::strerror(error));
+}
+
+bool is_raised(const Event &event, int timeout_ms) {
+  pollfd raised = {.fd = event.descriptor(), .events = POLLIN, .revents = 0};
+  return poll(&raised, 1, timeout_ms) > 0;
+}
+
+// Signals are for the thread that runs the commands.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked &) = delete;
+  SignalsBlocked &operator=(const SignalsBlocked &) = delete;
+
+ private:
+  sigset_t before_ = {};
+};
+
+}  // namespace
+
+Event::Event() : file_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  if (!file_) refuse(errno);
+}
+
+void Event::raise() const {
+  const uint64_t one = 1;
+  while (write(file_.get(), &one, sizeof one) < 0 && errno != EAGAIN) {  // it is raised as high as it goes
+  }
+}
+
+void Event::clear() const {
+  uint64_t count = 0;
+  while (read(file_.get(), &count, sizeof count) < 0 && errno != EAGAIN) {  // it was not raised
+  }
+}
+
+// ---- The filters of one line
+
+class Printer::Stages {
+ public:
+  Stages(Job &job, Display &display) : unfiltered_(job.unfiltered), display_(display) {
+    LineSink *next = &shown_;
+    for (auto filter = job.filters.rbegin(); filter != job.filters.rend(); ++filter) {
+      stages_.push_back(std::make_unique<Stage>(**filter, *next, wanted_));
+      next = stages_.back().get();
+    }
+    first_ = next;
+  }
+
+  // False when no further piece can make a difference.
+  bool feed(std::string_view piece) {
+    if (stages_.empty()) return display_.feed(piece);
+    const std::string_view head = piece.substr(0, unfiltered_);
+    shown_.text.append(head);
+    unfiltered_ -= head.size();
+    piece.remove_prefix(head.size());
+    for (size_t end; wanted_ && (end = piece.find('\n')) != std::string_view::npos; piece.remove_prefix(end + 1))
+      take_line(piece.substr(0, end), true);
+    line_ += piece;
+    if (line_.size() > kLongestLine) take_line({}, false);
+    return show() && wanted_;
+  }
+
+  // The output has ended: the filters end theirs. The message when one of them failed.
+  std::string finish() {
+    if (!line_.empty() && wanted_) take_line({}, false);
+    std::string failure;
+    // Where nothing but messages came, the command was refused, and its filters have nothing to do.
+    if (!(messages_ && !lines_)) {
+      for (auto stage = stages_.rbegin(); stage != stages_.rend(); ++stage)
+        if (std::string said = (*stage)->end(); failure.empty()) failure = std::move(said);
+    }
+    show();
+    return failure;
+  }
+
+ private:
+  struct Shown : LineSink {
+    void line(std::string_view line, bool ended) override {
+      text += line;
+      if (ended) text += '\n';
+    }
+    std::string text;
+  };
+
+  class Stage : public LineSink {
+   public:
+    Stage(LineFilter &filter, LineSink &next, bool &wanted) : filter_(filter), next_(next), wanted_(wanted) {}
+    void line(std::string_view text, bool ended) override {
+      if (wants_) wants_ = filter_.line(text, ended, next_);
+      wanted_ = wanted_ && wants_;
+    }
+    std::string end() { return filter_.end(next_); }
+
+   private:
+    LineFilter &filter_;
+    LineSink &next_;
+    bool &wanted_;
+    bool wants_ = true;
+  };
+
+  // What a command is refused with is for the user, whatever the filters look for.
+  void take_line(std::string_view rest, bool ended) {
+    line_ += rest;
+    const bool is_message = line_.starts_with(kMessage);
+    (is_message ? messages_ : lines_) = true;
+    (is_message ? static_cast<LineSink &>(shown_) : *first_).line(line_, ended);
+    line_.clear();
+  }
+
+  bool show() {
+    const bool going_on = shown_.text.empty() || display_.feed(shown_.text);
+    shown_.text.clear();
+    return going_on;
+  }
+
+  size_t unfiltered_;
+  Display &display_;
+  std::vector<std::unique_ptr<Stage>> stages_;  // the last one first
+  Shown shown_;
+  LineSink *first_ = nullptr;
+  std::string line_;  // as far as it has come
+  bool wanted_ = true;
+  bool messages_ = false;
+  bool lines_ = false;
+};
+
+// ---- The thread
+
+Printer::Printer(int out, DisplayPolicy policy) : display_(out, cancel_.descriptor(), policy) {
+  if (!make_pipe()) refuse(errno);
+  const SignalsBlocked blocked;
+  try {
+    thread_ = std::thread([this] { serve(); });
+  } catch (const std::system_error &error) {
+    refuse(error.code().value());
+  }
+}
+
+Printer::~Printer() {
+  leaving_ = true;
+  begun_.release();
+  thread_.join();
+}
+
+bool Printer::make_pipe() {
+  write_end_.reset();
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return false;
+  read_end_ = FileDescriptor(ends[0]);
+  write_end_ = FileDescriptor(ends[1]);
+  return fcntl(read_end_.get(), F_SETFL, O_NONBLOCK) == 0;
+}
+
+bool Printer::begin(Job job) {
+  if (!read_end_ && !make_pipe()) return false;
+  end_.clear();
+  cancel_.clear();
+  done_.clear();
+  job_ = std::move(job);
+  result_ = {};
+  begun_.release();
+  return true;
+}
+
+Printer::Result Printer::finish(const Event &interrupt, bool cut) {
+  int step = 0;
+  if (cut) {
+    cancel_.raise();
+    step = 1;
+  }
+  end_.raise();
+  pollfd events[] = {{.fd = done_.descriptor(), .events = POLLIN, .revents = 0},
+                     {.fd = interrupt.descriptor(), .events = POLLIN, .revents = 0}};
+  for (;;) {
+    if (poll(events, 2, -1) < 0) continue;
+    if (events[0].revents != 0) break;
+    interrupt.clear();
+    if (step == 0) cancel_.raise();
+    if (step > 0) display_.pager().end_by(step == 1 ? SIGTERM : SIGKILL);
+    ++step;
+  }
+  return std::move(result_);
+}
+
+void Printer::finish_in_handler() const {
+  if (std::this_thread::get_id() == thread_.get_id()) return;
+  end_.raise();
+  while (!is_raised(done_, -1) && errno == EINTR) {
+  }
+}
+
+void Printer::serve() {
+  for (;;) {
+    begun_.acquire();
+    if (leaving_) return;
+    try {
+      work();
+    } catch (const std::exception &) {  // there is no memory
+      read_end_.reset();
+      display_.finish(true);
+      result_.error = ENOMEM;
+    }
+    job_ = {};
+    done_.raise();
+  }
+}
+
+void Printer::work() {
+  display_.begin(std::move(job_.pager));
+  Stages stages(job_, display_);
+  pollfd events[] = {{.fd = read_end_.get(), .events = POLLIN, .revents = 0},
+                     {.fd = cancel_.descriptor(), .events = POLLIN, .revents = 0},
+                     {.fd = end_.descriptor(), .events = POLLIN, .revents = 0}};
+  bool going_on = true;
+  while (going_on) {
+    const int ready = poll(events, 3, display_.holds() ? kPauseMilliseconds : -1);
+    if (ready == 0) display_.pause();
+    if (ready <= 0) continue;
+    if (events[1].revents != 0 || events[0].revents == 0) break;  // not wanted, or all of it is read
+    going_on = take_block(stages);
+  }
+  const bool cancelled = is_raised(cancel_, 0);
+  if (!going_on || cancelled) read_end_.reset();  // who still writes need not
+  if (!cancelled) result_.failure = stages.finish();
+  display_.finish(cancelled);
+  if (display_.error() != 0) result_.error = display_.error();
+}
+
+bool Printer::take_block(Stages &stages) {
+  char block[65536];
+  const ssize_t count = read(read_end_.get(), block, sizeof block);
+  if (count < 0 && errno != EINTR && errno != EAGAIN) {
+    result_.error = errno;
+    return false;
+  }
+  return count < 0 || stages.feed({block, static_cast<size_t>(count)});
+}
+
+}  // namespace cli_shell

@@ -1,0 +1,87 @@
+// The thread that all output passes: through the filters of a line, then the display. A thread of this process, made
+// once: no command depends on a process or a thread that might not be had.
+#ifndef CLI_SHELL_PRINTER_HPP
+#define CLI_SHELL_PRINTER_HPP
+
+#include <memory>
+#include <semaphore>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "cli_shell/display.hpp"
+#include "cli_shell/file_descriptor.hpp"
+#include "cli_shell/filters.hpp"
+
+namespace cli_shell {
+
+// An event that any thread, and a signal handler, may raise and poll for.
+class Event {
+ public:
+  Event();  // throws UserError
+  int descriptor() const { return file_.get(); }
+  void raise() const;
+  void clear() const;
+
+ private:
+  FileDescriptor file_;
+};
+
+class Printer {
+ public:
+  // How one output is treated.
+  struct Job {
+    std::vector<std::unique_ptr<LineFilter>> filters = {};
+    size_t unfiltered = 0;  // bytes at the beginning that pass by the filters
+    PagerCommand pager = {};
+  };
+  struct Result {
+    int error = 0;             // standard output cannot be written: errno
+    std::string failure = {};  // of a filter, in words
+  };
+
+  // `out` is borrowed. Throws UserError when the pipe or the thread cannot be had.
+  Printer(int out, DisplayPolicy policy);
+  ~Printer();
+  Printer(const Printer &) = delete;
+  Printer &operator=(const Printer &) = delete;
+
+  // Begins an output; false with errno set, and nothing begun, when there is no pipe for it.
+  [[nodiscard]] bool begin(Job job);
+
+  // Where the output is to be written, until `finish`.
+  int input() const { return write_end_.get(); }
+
+  // What was written has been shown when this returns. Each time that `interrupt` is raised meanwhile, waiting is given
+  // up by a further step: the output is cut, the pager program is asked to leave, is killed. `cut`: the first step was
+  // taken already.
+  Result finish(const Event &interrupt, bool cut);
+
+  // The same for a process that is about to die of a signal, in the handler.
+  void finish_in_handler() const;
+
+ private:
+  class Stages;
+
+  bool make_pipe();
+  void serve();
+  void work();
+  bool take_block(Stages &stages);
+
+  FileDescriptor read_end_;
+  FileDescriptor write_end_;
+  Event end_;     // all has been written
+  Event cancel_;  // what is left is not wanted
+  Event done_;
+  std::binary_semaphore begun_{0};
+  bool leaving_ = false;
+  Job job_;
+  Result result_;
+  Display display_;
+  std::thread thread_;
+};
+
+}  // namespace cli_shell
+
+#endif
