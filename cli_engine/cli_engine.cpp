@@ -71,7 +71,8 @@ int cli_load_commands(cli *engine, validator_typesystem *types, json_t *definiti
     cli_engine::write_out(engine, "Cannot load command DM\n");
     return -1;
   }
-  cli_engine::load_tree(engine, types, definitions, privileges);
+  cli_engine::load_tree(engine, {types, cli_engine::Value(definitions), cli_engine::Value(privileges), engine->handlers,
+                                 engine->flags, nullptr});
   return 0;
 }
 

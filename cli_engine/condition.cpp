@@ -1,38 +1,47 @@
 // "if" and "if-not": what the last line matched decides.
+#include "cli_engine/condition.hpp"
+
 #include "cli_engine/node.hpp"
 #include "libglobal/report.hpp"
 
+namespace cli_engine {
 namespace {
 
-using cli_engine::kEngineSource;
-
-bool check_condition(cli *engine, const json_t *condition, bool negate) {
-  if (condition == nullptr) {
+bool check_condition(cli *engine, const Value &condition, bool negate, const Reporter *reporter) {
+  if (!condition.is_given()) {
     return false;
   }
-  if (json_is_array(condition)) {
-    const std::size_t size = json_array_size(condition);
-    for (std::size_t i = 0; i < size; i++) {
-      if (!check_condition(engine, json_array_get(condition, i), negate)) {
-        return false;
-      }
+  if (condition.is(Shape::kArray)) {
+    bool holds = true;
+    condition.for_each_item(
+        [&](std::size_t, const Value &item) { holds = holds && check_condition(engine, item, negate, reporter); });
+    return holds;
+  }
+  if (!condition.is(Shape::kString)) {
+    if (reporter == nullptr) {
+      log_assert_fmt("0", kEngineSource, __func__, "Condition type is not supported");
     }
-    return true;
+    reporter->add("condition-type", condition, "a condition is a path or an array of paths, not ",
+                  in_words(condition.shape()));
+    return false;
   }
-  if (!json_is_string(condition)) {
-    log_assert_fmt("0", kEngineSource, __func__, "Condition type is not supported");
-  }
-  const cli_node *node = cli_node_find(&engine->root, json_string_value(condition));
+  const cli_node *node = cli_node_find(&engine->root, condition.text());
   return (node != nullptr) != negate;  // only nodes that the line used are found
 }
 
 }  // namespace
 
-int cli_check_parameter_condition(cli *engine, json_t *holder) {
-  const json_t *condition = json_object_get(holder, "if");
-  const json_t *opposite = json_object_get(holder, "if-not");
-  if (condition == nullptr && opposite == nullptr) {
-    return 1;
+bool condition_holds(cli *engine, const Value &holder, const Reporter *reporter) {
+  const Value condition = holder.member("if");
+  const Value opposite = holder.member("if-not");
+  if (!condition.is_given() && !opposite.is_given()) {
+    return true;
   }
-  return check_condition(engine, condition, false) || check_condition(engine, opposite, true) ? 1 : 0;
+  return check_condition(engine, condition, false, reporter) || check_condition(engine, opposite, true, reporter);
+}
+
+}  // namespace cli_engine
+
+int cli_check_parameter_condition(cli *engine, json_t *holder) {
+  return cli_engine::condition_holds(engine, cli_engine::Value(holder), nullptr) ? 1 : 0;
 }

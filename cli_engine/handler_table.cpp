@@ -6,8 +6,13 @@
 
 namespace cli_engine {
 
-HandlerTable::HandlerTable() : symbols_(dlopen(nullptr, RTLD_LAZY)) {
+HandlerTable::HandlerTable(const cli_handler_entry *rows, bool rows_only) : rows_only_(rows_only) {
   entries_.resize(64);
+  for (; rows != nullptr && rows->name != nullptr; rows++) {
+    if (Entry &place = place_of(rows->name); place.name == nullptr) {
+      add(place, rows->name, rows->handler);
+    }
+  }
 }
 
 HandlerTable::~HandlerTable() {
@@ -35,22 +40,35 @@ void HandlerTable::grow() {
   }
 }
 
-cli_handler HandlerTable::find(const char *name) {
-  Entry *place = &place_of(name);
-  if (place->name != nullptr) {
-    return place->handler;
+void HandlerTable::add(Entry &place, const char *name, cli_handler handler) {
+  place = {name, handler};
+  used_++;
+  if (used_ * 2 > entries_.size()) {
+    grow();
   }
-  const auto handler = reinterpret_cast<cli_handler>(dlsym(symbols_, name));
-  if (handler == nullptr) {
+}
+
+cli_handler HandlerTable::find(const char *name) {
+  Entry &place = place_of(name);
+  if (place.name != nullptr) {
+    return place.handler;
+  }
+  if (rows_only_) {
     return nullptr;
   }
-  if (used_ * 2 >= entries_.size()) {
-    grow();
-    place = &place_of(name);
+  if (symbols_ == nullptr) {
+    symbols_ = dlopen(nullptr, RTLD_LAZY);
   }
-  *place = {name, handler};
-  used_++;
+  const auto handler = reinterpret_cast<cli_handler>(dlsym(symbols_, name));
+  if (handler != nullptr) {
+    add(place, name, handler);
+  }
   return handler;
+}
+
+const char *HandlerTable::reason() const {
+  const char *error = rows_only_ ? "it is not among the host's handlers" : dlerror();
+  return error == nullptr ? "its address is null" : error;
 }
 
 }  // namespace cli_engine

@@ -1,4 +1,5 @@
-// The process's exported functions by name. A language names few handlers many times, so each is looked up once.
+// The functions that handlers are: the host's own table, then the process's exported functions. A language names few
+// handlers many times, so each is looked up once.
 #ifndef CLI_ENGINE_HANDLER_TABLE_HPP
 #define CLI_ENGINE_HANDLER_TABLE_HPP
 
@@ -11,13 +12,18 @@ namespace cli_engine {
 
 class HandlerTable {
  public:
-  HandlerTable();
+  // The rows end with a null name and may be null; names that are not among them are asked of the dynamic linker,
+  // unless the rows are all that counts.
+  HandlerTable(const cli_handler_entry *rows, bool rows_only);
   ~HandlerTable();
   HandlerTable(const HandlerTable &) = delete;
   HandlerTable &operator=(const HandlerTable &) = delete;
 
-  // The function, or null with the reason in dlerror. The name must outlive the table.
+  // The function, or null. The name must outlive the table.
   cli_handler find(const char *name);
+
+  // Why find returned null last.
+  [[nodiscard]] const char *reason() const;
 
  private:
   struct Entry {
@@ -28,8 +34,11 @@ class HandlerTable {
   void grow();
   Entry &place_of(std::string_view name);
 
-  void *symbols_;
-  Vector<Entry> entries_;  // open addressing; a power of two
+  void add(Entry &place, const char *name, cli_handler handler);
+
+  bool rows_only_;
+  void *symbols_ = nullptr;  // opened for the first name that it is asked for
+  Vector<Entry> entries_;    // open addressing; a power of two
   std::size_t used_ = 0;
 };
 

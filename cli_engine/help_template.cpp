@@ -12,48 +12,33 @@ namespace {
 
 constexpr char kSource[] = "cli_engine/loader";
 
-const char *type_name(const json_t *value) {
-  switch (json_typeof(value)) {
-    case JSON_OBJECT:
-      return "object";
-    case JSON_ARRAY:
-      return "array";
-    case JSON_STRING:
-      return "string";
-    case JSON_INTEGER:
-      return "integer";
-    case JSON_REAL:
-      return "real";
-    case JSON_TRUE:
-      return "true";
-    case JSON_FALSE:
-      return "false";
-    case JSON_NULL:
-      break;
-  }
-  return "null";
+// What the message about a field that cannot be shown calls its value.
+const char *type_name(const Value &value) {
+  static constexpr const char *kNames[] = {"object", "array", "string", "integer", "real", "true", "false", "null"};
+  return kNames[static_cast<std::size_t>(value.shape())];
 }
 
 // The expansion of one template, which is left at the first character that is not expanded yet.
 class Expansion {
  public:
-  Expansion(const char *text, const json_t *args, DynString &out) : text_(text), rest_(text), args_(args), out_(out) {}
+  Expansion(const Value &fmt, const Value &args, DynString &out, const Reporter *reporter)
+      : fmt_(fmt), text_(fmt.text()), rest_(text_), args_(args), out_(out), reporter_(reporter) {}
 
   void run() {
-    do {
-      literal();
-    } while (field());
+    while (literal() && field()) {
+    }
   }
 
  private:
-  void literal() {
+  bool literal() {
     const std::string_view rest{rest_};
     const std::string_view run = rest.substr(0, rest.find_first_of("{}"));
     rest_ += run.size();
     if (*rest_ == '}') {
-      print_error(text_, rest_, "Unexpected '}'");
+      return stray("Unexpected '}'", rest_, "unexpected \"}\"");
     }
     libglobal::append(out_, run);
+    return true;
   }
 
   // Replaces the field that begins here. False at the end of the template: a field left open there gives nothing.
@@ -65,13 +50,13 @@ class Expansion {
     const std::string_view key = opened.substr(0, opened.find_first_of("{}"));
     const char *end = key.data() + key.size();
     if (*end == '{') {
-      print_error(text_, end, "Unexpected '{'");
+      return stray("Unexpected '{'", end, "unexpected \"{\"");
     }
     if (*end == '\0') {
       return false;
     }
     if (key.empty()) {
-      print_error(text_, end, "Empty replacement field");
+      return stray("Empty replacement field", end, "empty replacement field");
     }
     append_argument(key);
     rest_ = end + 1;
@@ -81,45 +66,77 @@ class Expansion {
   void append_argument(std::string_view key) {
     const libglobal::DynStringOwner name(dyn_string_new());
     libglobal::append(*name, key);
-    const json_t *value = json_object_get(args_, dyn_string_text(name.get()));
-    if (value == nullptr) {
-      print_error(text_, key.data(), "Key not found");
-    }
-    if (json_is_string(value)) {
-      libglobal::append(out_, {json_string_value(value), json_string_length(value)});
-    } else if (json_is_integer(value)) {
-      dyn_string_appendf(&out_, "%lld", static_cast<long long>(json_integer_value(value)));
-    } else if (json_is_boolean(value)) {
+    const Value value = args_.member(dyn_string_text(name.get()));
+    if (!value.is_given()) {
+      if (reporter_ == nullptr) {
+        print_error(text_, key.data(), "Key not found");
+      }
+      complain(key.data(), "\"args\" has no member ", Quoted{key});
+    } else if (value.is(Shape::kString)) {
+      libglobal::append(out_, value.view());
+    } else if (value.is(Shape::kInteger)) {
+      dyn_string_appendf(&out_, "%lld", static_cast<long long>(value.integer()));
+    } else if (value.is(Shape::kTrue) || value.is(Shape::kFalse)) {
       libglobal::append(out_, type_name(value));
     } else {
-      print_error(text_, key.data(), "Unexpected argument type (got %s). Supported only string/integer/boolean",
-                  type_name(value));
+      if (reporter_ == nullptr) {
+        print_error(text_, key.data(), "Unexpected argument type (got %s). Supported only string/integer/boolean",
+                    type_name(value));
+      }
+      complain(key.data(), "the member ", Quoted{key}, " of \"args\" is ", in_words(value.shape()),
+               ", not a string, an integer or a boolean,");
     }
   }
 
+  // A brace or field that ends the expansion.
+  bool stray(const char *message, const char *at, const char *text) {
+    if (reporter_ == nullptr) {
+      print_error(text_, at, "%s", message);
+    }
+    complain(at, text);
+    return false;
+  }
+
+  template <class... Pieces>
+  void complain(const char *at, const Pieces &...pieces) {
+    reporter_->add("help-template", fmt_, pieces..., " at character ", static_cast<std::int64_t>(at - text_ + 1),
+                   " of the template");
+  }
+
+  const Value &fmt_;
   const char *text_;
   const char *rest_;
-  const json_t *args_;
+  const Value &args_;
   DynString &out_;
+  const Reporter *reporter_;
 };
 
 }  // namespace
 
-DynString *get_help(json_t *help) {
-  if (help == nullptr) {
+DynString *get_help(const Value &help, const Reporter *reporter) {
+  if (!help.is_given()) {
     return nullptr;
   }
   libglobal::DynStringOwner out(dyn_string_new());
-  if (json_is_string(help)) {
-    libglobal::append(*out, {json_string_value(help), json_string_length(help)});
+  if (help.is(Shape::kString)) {
+    libglobal::append(*out, help.view());
     return out.release();
   }
-  const json_t *fmt = json_object_get(help, "fmt");
-  if (!json_is_string(fmt) || json_string_length(fmt) == 0) {
-    log_assert_fmt("json_is_string(fmt) && json_string_length(fmt) > 0", kSource, __func__,
-                   "empty 'fmt' value in #help");
+  const Value fmt = help.member("fmt");
+  if (fmt.view().empty()) {
+    if (reporter == nullptr) {
+      log_assert_fmt("json_is_string(fmt) && json_string_length(fmt) > 0", kSource, __func__,
+                     "empty 'fmt' value in #help");
+    }
+    if (help.is(Shape::kObject)) {
+      reporter->add("help-value", fmt.is_given() ? fmt : help,
+                    "a template in \"#help\" needs a \"fmt\" that is a string and not empty");
+    } else {
+      reporter->add("help-value", help, "\"#help\" is a string or a template object, not ", in_words(help.shape()));
+    }
+    return out.release();
   }
-  Expansion(json_string_value(fmt), json_object_get(help, "args"), *out).run();
+  Expansion(fmt, help.member("args"), *out, reporter).run();
   return out.release();
 }
 

@@ -3,11 +3,22 @@
 #define CLI_ENGINE_LOADER_HPP
 
 #include "cli_engine/cli_engine.h"
+#include "cli_engine/document.hpp"
+#include "cli_engine/faults.hpp"
 
 namespace cli_engine {
 
-// Loads every definition of an object below the engine's root. A fault in a document ends the process.
-void load_tree(cli *engine, validator_typesystem *types, json_t *definitions, json_t *privileges);
+struct LoadSource {
+  validator_typesystem *types;
+  Value definitions;                  // an object
+  Value privileges;                   // or nothing
+  const cli_handler_entry *handlers;  // may be null
+  std::uint32_t flags;                // CLI_HANDLERS_ONLY counts
+  Faults *faults;                     // takes the faults; null: the first one ends the process
+};
+
+// Loads every definition below the engine's root. When there were errors the tree is good for nothing but its release.
+void load_tree(cli *engine, const LoadSource &source);
 
 }  // namespace cli_engine
 

@@ -258,17 +258,22 @@ cli_node *next_choice(const cli_node &choice) {
   return parent;
 }
 
-cli_node *new_node(json_t *definition, const char *name, const char *help, node_type type) {
+cli_node *new_node(const Origin &origin, const char *name, const char *help, node_type type) {
   const libglobal::Caller caller = LIBGLOBAL_CALLER(kSource);
   if (type != TYPE_CONTAINER) {
     libglobal::require(name != nullptr, "name != NULL", kSource, __func__);
     libglobal::require(help != nullptr, "help != NULL", kSource, __func__);
   }
   const std::size_t help_place = sizeof(cli_node) + name_bytes(name);
-  auto *node = static_cast<cli_node *>(libglobal::xcalloc(1, help_place + help_bytes(help), caller));
+  const std::size_t offset_place = help_place + help_bytes(help);
+  const std::size_t size = offset_place + (origin.is_from_text ? sizeof origin.offset : 0);
+  auto *node = static_cast<cli_node *>(libglobal::xcalloc(1, size, caller));
   node->type = type;
-  node->definition = json_incref(definition);
+  node->definition = json_incref(origin.definition);
   char *block = reinterpret_cast<char *>(node);
+  if (origin.is_from_text) {
+    std::memcpy(block + offset_place, &origin.offset, sizeof origin.offset);
+  }
   if (name != nullptr) {
     node->name_len = std::strlen(name);
     node->name = static_cast<char *>(std::memcpy(block + sizeof(cli_node), name, node->name_len));
@@ -285,9 +290,16 @@ cli_node *new_node(json_t *definition, const char *name, const char *help, node_
   return node;
 }
 
-cli_node *new_command_node(json_t *definition, const char *name, const char *help, int32_t privilege,
+std::uint32_t offset_of(const cli_node &node) {
+  std::uint32_t offset = 0;
+  const char *behind = reinterpret_cast<const char *>(&node + 1) + name_bytes(node.name) + help_bytes(node.help);
+  std::memcpy(&offset, behind, sizeof offset);
+  return offset;
+}
+
+cli_node *new_command_node(const Origin &origin, const char *name, const char *help, int32_t privilege,
                            cli_handler handler) {
-  cli_node *node = new_node(definition, name, help, TYPE_COMMAND);
+  cli_node *node = new_node(origin, name, help, TYPE_COMMAND);
   node->privilege = privilege;
   node->subconfig.handler = handler;
   return node;

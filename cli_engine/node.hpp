@@ -260,10 +260,20 @@ cli_node *next_choice(const cli_node &choice);
 
 // ---- Construction and release ----
 
-// A node of a kind with every other field zero. Name and help are copied; a group may lack both.
-cli_node *new_node(json_t *definition, const char *name, const char *help, node_type type);
+// Where a node was declared. In a tree from text every node has an offset, in all others none has.
+struct Origin {
+  json_t *definition = nullptr;
+  bool is_from_text = false;
+  std::uint32_t offset = UINT32_MAX;  // of a definition's key or an argument's declaration; that is, of none
+};
 
-cli_node *new_command_node(json_t *definition, const char *name, const char *help, int32_t privilege,
+// A node of a kind with every other field zero. Name and help are copied; a group may lack both.
+cli_node *new_node(const Origin &origin, const char *name, const char *help, node_type type);
+
+// The offset of a node of a tree from text. It stands behind the node's texts, in its own block.
+std::uint32_t offset_of(const cli_node &node);
+
+cli_node *new_command_node(const Origin &origin, const char *name, const char *help, int32_t privilege,
                            cli_handler handler);
 
 // Makes choice a word of parent; false, with only choice->parent set, when an equal name stands there already.

@@ -4,26 +4,31 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "cli_engine/json_ref.hpp"
+#include "cli_engine/language_table.hpp"
 
 namespace cli_engine {
 namespace {
 
-constexpr std::size_t kLongestMember = 20;
-
 // Other members may hold what the host likes.
 bool is_counted(const char *member) {
   const std::size_t digits = std::strspn(member, "0123456789");
-  return digits > 0 && digits <= kLongestMember && member[digits] == '\0';
+  return digits > 0 && digits <= kLongestPrivilegeKey && member[digits] == '\0';
 }
 
-std::string_view required_text(const char *member, const json_t *value, const char *field) {
-  const json_t *text = json_object_get(value, field);
-  if (!json_is_string(text)) {
-    std::printf("Cannot load privilege '%s': \"%s\" is not a string\n", member, field);
-    std::exit(1);
+// Null after a report that the member lacks.
+const char *required_text(const char *member, const Value &value, const char *field, Faults *faults) {
+  const Value text = value.member(field);
+  if (!text.is(Shape::kString)) {
+    if (faults == nullptr) {
+      std::printf("Cannot load privilege '%s': \"%s\" is not a string\n", member, field);
+      std::exit(1);
+    }
+    const Frame frame{nullptr, member, 0, member, nullptr};
+    Reporter(faults, Source::kPrivileges, &frame)
+        .add("privilege-entry", text.is_given() ? text : value, "a privilege entry needs a ", Quoted{field},
+             " that is a string");
   }
-  return {json_string_value(text), json_string_length(text)};
+  return text.text();
 }
 
 std::uint64_t key_hash(std::uint64_t name_hash, std::string_view prompt) {
@@ -32,21 +37,22 @@ std::uint64_t key_hash(std::uint64_t name_hash, std::string_view prompt) {
 
 }  // namespace
 
-PrivilegeIndex::PrivilegeIndex(const json_t *table) {
-  auto *members = const_cast<json_t *>(table);
-  for (void *member = json_object_iter(members); member != nullptr; member = json_object_iter_next(members, member)) {
-    if (is_counted(json_object_iter_key(member))) {
-      add(json_object_iter_key(member), json_object_iter_value(member));
+PrivilegeIndex::PrivilegeIndex(const Value &table, Faults *faults) {
+  table.for_each_member([&](const Member &member) {
+    if (is_counted(member.name)) {
+      add(member.name, member.value, faults);
     }
-  }
+  });
   fill_buckets();
 }
 
-void PrivilegeIndex::add(const char *member, const json_t *value) {
-  const std::string_view name = required_text(member, value, "Name");
-  const std::string_view prompt = required_text(member, value, "Prompt");
-  const auto level = static_cast<std::int32_t>(json_integer_value(json_object_get(value, "Level")));
-  entries_.push_back({name, prompt, key_hash(hash(kHashSeed, name), prompt), level, 0});
+void PrivilegeIndex::add(const char *member, const Value &value, Faults *faults) {
+  const char *name = required_text(member, value, "Name", faults);
+  const char *prompt = required_text(member, value, "Prompt", faults);
+  if (name != nullptr && prompt != nullptr) {
+    const auto level = static_cast<std::int32_t>(value.member("Level").integer());
+    entries_.push_back({name, prompt, key_hash(hash(kHashSeed, name), prompt), level, 0, value});
+  }
 }
 
 // The last entry goes in first, so that each bucket has its entries in member order.
@@ -66,20 +72,20 @@ void PrivilegeIndex::fill_buckets() {
   }
 }
 
-std::int32_t PrivilegeIndex::level(std::string_view prompt, std::string_view outer, std::uint64_t outer_hash,
-                                   std::string_view key) const {
+const PrivilegeIndex::Entry *PrivilegeIndex::find(std::string_view prompt, std::string_view outer,
+                                                  std::uint64_t outer_hash, std::string_view key) const {
   if (entries_.empty()) {
-    return 0;
+    return nullptr;
   }
   const std::uint64_t wanted = key_hash(hash(outer_hash, key), prompt);
   for (std::uint32_t place = buckets_[bucket_of(wanted)]; place != 0; place = entries_[place - 1].next) {
     const Entry &entry = entries_[place - 1];
     if (entry.hash == wanted && entry.prompt == prompt && entry.name.size() == outer.size() + key.size() &&
         entry.name.starts_with(outer) && entry.name.ends_with(key)) {
-      return entry.level;
+      return &entry;
     }
   }
-  return 0;
+  return nullptr;
 }
 
 }  // namespace cli_engine

@@ -2,12 +2,12 @@
 #ifndef CLI_ENGINE_PRIVILEGE_INDEX_HPP
 #define CLI_ENGINE_PRIVILEGE_INDEX_HPP
 
-#include <jansson.h>
-
 #include <cstdint>
 #include <string_view>
 #include <vector>
 
+#include "cli_engine/document.hpp"
+#include "cli_engine/faults.hpp"
 #include "libglobal/report.hpp"
 
 namespace cli_engine {
@@ -26,27 +26,28 @@ using Vector = std::vector<T, libglobal::ReportingAllocator<T>>;
 
 class PrivilegeIndex {
  public:
-  // Indexes the members of a table, which must outlive the index; null and anything but an object hold none. An entry
-  // without a "Name" or a "Prompt" ends the process.
-  explicit PrivilegeIndex(const json_t *table);
-
-  [[nodiscard]] bool empty() const { return entries_.empty(); }
-
-  // The level of the first entry for that mode prompt whose name is `outer` followed by `key`; 0 when there is none.
-  // outer_hash is the hash of `outer`.
-  [[nodiscard]] std::int32_t level(std::string_view prompt, std::string_view outer, std::uint64_t outer_hash,
-                                   std::string_view key) const;
-
- private:
   struct Entry {
     std::string_view name;
     std::string_view prompt;
     std::uint64_t hash;
     std::int32_t level;
     std::uint32_t next;  // in the same bucket: place in entries_ plus 1, or 0
+    Value declared;
   };
 
-  void add(const char *member, const json_t *value);
+  // Indexes the members of a table, which must outlive the index; nothing and anything but an object hold none. An
+  // entry without a "Name" or a "Prompt" is reported and left out, or ends the process without Faults.
+  PrivilegeIndex(const Value &table, Faults *faults);
+
+  [[nodiscard]] bool empty() const { return entries_.empty(); }
+
+  // The first entry for that mode prompt whose name is `outer` followed by `key`; null when there is none. outer_hash
+  // is the hash of `outer`.
+  [[nodiscard]] const Entry *find(std::string_view prompt, std::string_view outer, std::uint64_t outer_hash,
+                                  std::string_view key) const;
+
+ private:
+  void add(const char *member, const Value &value, Faults *faults);
   void fill_buckets();
 
   // The number of buckets is a power of two.

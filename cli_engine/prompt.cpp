@@ -6,7 +6,7 @@
 #include <iterator>
 #include <span>
 
-#include "cli_engine/json_ref.hpp"
+#include "cli_engine/condition.hpp"
 #include "cli_engine/node.hpp"
 #include "libglobal/report.hpp"
 
@@ -41,14 +41,45 @@ char *put_part(char *at, std::span<const char> part) {
   return at + length;
 }
 
-void check_variants(const json_t *prompt, const char *name, const char *function) {
-  const std::size_t size = json_array_size(prompt);
-  for (std::size_t i = 0; i < size; i++) {
-    const char *value = cli_engine::string_member(json_array_get(prompt, i), "value");
-    if (value == nullptr || *value == '\0') {
-      log_assert_fmt("value && *value", kSource, function, "empty #prompt.%zu.value: %s", i, name);
+using cli_engine::Reporter;
+using cli_engine::Shape;
+using cli_engine::Value;
+
+constexpr const char *kSelect = "cli_select_prompt";
+
+void check_variants(const Value &prompt, const char *name, const Reporter *reporter) {
+  prompt.for_each_item([&](std::size_t i, const Value &variant) {
+    const Value value = variant.member("value");
+    if (const char *text = value.text(); text != nullptr && *text != '\0') {
+      return;
     }
+    if (reporter == nullptr) {
+      log_assert_fmt("value && *value", kSource, kSelect, "empty #prompt.%zu.value: %s", i, name);
+    }
+    reporter->add("prompt-variant", value.is_given() ? value : variant,
+                  "a variant of \"#prompt\" needs a \"value\" that is a string and not empty");
+  });
+}
+
+const char *select_variant(cli *engine, const Value &prompt, const char *name, const Reporter *reporter) {
+  const std::size_t faults_before = reporter == nullptr ? 0 : reporter->errors();
+  Value chosen;
+  prompt.for_each_item([&](std::size_t, const Value &variant) {
+    if (!chosen.is_given() && cli_engine::condition_holds(engine, variant, reporter)) {
+      chosen = variant;
+    }
+  });
+  if (chosen.is_given()) {
+    return chosen.member("value").text();
   }
+  if (reporter == nullptr) {
+    log_assert_fmt("0", kSource, kSelect, "cannot get fallback for #prompt: %s", name);
+  }
+  if (reporter->errors() == faults_before) {
+    reporter->add("prompt-no-variant", prompt,
+                  "no variant of \"#prompt\" holds while nothing is typed: add a last one without conditions");
+  }
+  return "";
 }
 
 }  // namespace
@@ -68,6 +99,34 @@ void refresh_prompt(cli *engine) {
     }
   }
   cli_set_prompt(engine, nullptr, nullptr, text.data(), 0);
+}
+
+const char *select_prompt(cli *engine, const Value &prompt, const char *name, const Reporter *reporter) {
+  if (!prompt.is_given()) {
+    return "";
+  }
+  if (prompt.is(Shape::kString)) {
+    if (prompt.length() == 0) {
+      if (reporter == nullptr) {
+        log_assert_fmt("json_string_length(prompt) > 0", kSource, kSelect, "empty #prompt value: %s", name);
+      }
+      reporter->add("prompt-value", prompt, "\"#prompt\" is empty");
+    }
+    return prompt.text();
+  }
+  if (!prompt.is(Shape::kArray)) {
+    if (reporter == nullptr) {
+      log_assert_fmt("json_typeof(prompt) == JSON_ARRAY", kSource, kSelect,
+                     "#prompt must be a string or an array of variants: %s", name);
+    }
+    reporter->add("prompt-value", prompt, "\"#prompt\" is a string or an array of variants, not ",
+                  in_words(prompt.shape()));
+    return "";
+  }
+  if (engine->initialized == 0) {
+    check_variants(prompt, name, reporter);
+  }
+  return select_variant(engine, prompt, name, reporter);
 }
 
 }  // namespace cli_engine
@@ -99,28 +158,5 @@ void cli_set_prompt(cli *engine, const char *host, const char *name, const char 
 }
 
 const char *cli_select_prompt(cli *engine, json_t *prompt, const char *name) {
-  if (prompt == nullptr) {
-    return "";
-  }
-  if (json_is_string(prompt)) {
-    if (json_string_length(prompt) == 0) {
-      log_assert_fmt("json_string_length(prompt) > 0", kSource, __func__, "empty #prompt value: %s", name);
-    }
-    return json_string_value(prompt);
-  }
-  if (!json_is_array(prompt)) {
-    log_assert_fmt("json_typeof(prompt) == JSON_ARRAY", kSource, __func__,
-                   "#prompt must be a string or an array of variants: %s", name);
-  }
-  if (engine->initialized == 0) {
-    check_variants(prompt, name, __func__);
-  }
-  const std::size_t size = json_array_size(prompt);
-  for (std::size_t i = 0; i < size; i++) {
-    json_t *variant = json_array_get(prompt, i);
-    if (cli_check_parameter_condition(engine, variant) != 0) {
-      return cli_engine::string_member(variant, "value");
-    }
-  }
-  log_assert_fmt("0", kSource, __func__, "cannot get fallback for #prompt: %s", name);
+  return cli_engine::select_prompt(engine, Value(prompt), name, nullptr);
 }

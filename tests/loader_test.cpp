@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 
 #include <csignal>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -85,6 +86,37 @@ TEST(Loader, BuiltInExitIsExplainedByItsVariant) {
   EXPECT_THAT(engine.help("e"), testing::HasSubstr("Exit from second configure mode"));
   engine.execute("two");
   EXPECT_EQ(engine.help("ex"), "> [?]\n{32}exit{}\town\n");
+}
+
+int table_handler(cli *, cli_node *) {
+  return 0;
+}
+
+TEST(Loader, HandlersComeFromTheHostsTableFirst) {
+  const cli_handler_entry rows[] = {{"loader_handler", table_handler}, {"own", table_handler}, {nullptr, nullptr}};
+  const std::unique_ptr<validator_typesystem, decltype(&validator_typesystem_free)> types(validator_typesystem_new(),
+                                                                                          validator_typesystem_free);
+  const auto handler_of = [&](const char *definitions, uint32_t flags) {
+    cli engine = {};
+    engine.handlers = rows;
+    engine.flags = flags;
+    cli_init(&engine, types.get(), json(definitions).get(), nullptr, nullptr);
+    const cli_handler handler = cli_node_first_choice(&engine.root)->subconfig.handler;
+    cli_free(&engine);
+    return handler;
+  };
+  EXPECT_EQ(handler_of("{'a': {'#help': 'h', '#handler': 'own'}}", CLI_HANDLERS_ONLY), table_handler);
+  EXPECT_EQ(handler_of("{'a': {'#help': 'h', '#handler': 'loader_handler'}}", 0), table_handler);
+  EXPECT_NE(handler_of("{'a': {'#help': 'h', '#handler': 'cli_free'}}", 0), nullptr);
+  EXPECT_EXIT(handler_of("{'a': {'#help': 'h', '#handler': 'cli_free'}}", CLI_HANDLERS_ONLY),
+              testing::ExitedWithCode(1), "");
+}
+
+TEST(Loader, CommentsDeclareNothing) {
+  EXPECT_EQ(dump(R"({'$schema': 'definition.schema.json', '// x': ['y'], '//': {'note': 1},
+                     'a': {'#help': 'h', '//': 5, '#commands': {'//': null, 'b': {'#help': 'h', '#handler': 'loader_handler'}}},
+                     '//c': {'#help': 'a command all the same', '#handler': 'loader_handler'}})"),
+            "//c\na b\n");
 }
 
 TEST(Loader, LongestKeyLoads) {
