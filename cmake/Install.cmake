@@ -1,7 +1,7 @@
 # What `cmake --install` puts where, and the Debian packages made of it.
 #   runtime      libcli_engine.so.N
 #   development  headers, static library, CMake package, pkg-config file, manual of the library
-#   shell        cli-shell, schemas, its manual pages
+#   shell        cli-shell, schemas, its manual pages, the router example
 
 include(CMakePackageConfigHelpers)
 
@@ -36,6 +36,14 @@ endfunction()
 
 install_manual(cli_engine.3 development)
 if(TARGET cli-shell)
+  # It finds the library from where it lies itself, in the build as installed: a file once linked stays as it is.
+  file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(cli-shell PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN/${libraries}")
+  cmake_path(SET build_libraries NORMALIZE ${PROJECT_BINARY_DIR}/cli_shell/${libraries})
+  cmake_path(GET build_libraries PARENT_PATH build_libraries_parent)
+  file(MAKE_DIRECTORY ${build_libraries_parent})
+  file(RELATIVE_PATH build_library ${build_libraries_parent} ${PROJECT_BINARY_DIR}/cli_engine)
+  file(CREATE_LINK ${build_library} ${build_libraries} SYMBOLIC)
   install(TARGETS cli-shell RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT shell)
   install(FILES ${PROJECT_SOURCE_DIR}/cli_shell/plugin.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/cli_shell
           COMPONENT development)
@@ -43,6 +51,17 @@ if(TARGET cli-shell)
   install(FILES ${schemas} DESTINATION ${CMAKE_INSTALL_DATADIR}/cli-shell/schema COMPONENT shell)
   install_manual(cli-shell.1 shell)
   install_manual(cli-definition.5 shell)
+endif()
+if(TARGET router_handlers AND TARGET cli-shell)
+  # The example to be read and copied, and its handlers ready to run: cli-shell has loaded the library before them.
+  set(router_dir ${CMAKE_INSTALL_DATADIR}/doc/cli-shell/examples/router)
+  set_target_properties(router_handlers PROPERTIES SKIP_BUILD_RPATH ON)
+  install(TARGETS router_handlers LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/cli-shell COMPONENT shell)
+  install(DIRECTORY examples/router/ DESTINATION ${router_dir} COMPONENT shell)
+  file(RELATIVE_PATH handlers ${CMAKE_INSTALL_PREFIX}/${router_dir}
+       ${CMAKE_INSTALL_FULL_LIBDIR}/cli-shell/router_handlers.so)
+  file(CREATE_LINK ${handlers} ${PROJECT_BINARY_DIR}/router_handlers.so SYMBOLIC)
+  install(FILES ${PROJECT_BINARY_DIR}/router_handlers.so DESTINATION ${router_dir} COMPONENT shell)
 endif()
 
 # ---- Debian packages ----
@@ -52,7 +71,12 @@ set(CPACK_PACKAGE_NAME cli-engine)
 set(CPACK_PACKAGE_CONTACT "libcli_engine maintainers <maintainers@cli-engine.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
+if(CMAKE_CROSSCOMPILING) # CPack would take this machine's tools
+  set(CPACK_STRIP_FILES ON)
+else()
+  set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON) # strips the files as well
+endif()
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/before_packing.cmake)
 set(CPACK_COMPONENTS_ALL runtime development)
 if(TARGET cli-shell)
   list(APPEND CPACK_COMPONENTS_ALL shell)
@@ -62,15 +86,16 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 if(CMAKE_CROSSCOMPILING)
   # dpkg-shlibdeps asks the packages of this machine, which has none of that architecture.
-  set(runtime_libraries "libc6 (>= 2.34), libgcc-s1 (>= 3.5), libjansson4 (>= 2.14), libstdc++6 (>= 11)")
+  set(runtime_libraries "libc6 (>= 2.34), libjansson4 (>= 2.14)")
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${runtime_libraries}")
-  set(shell_libraries ", ${runtime_libraries}, libedit2 (>= 3.1-20140620-0), libre2-9 (>= 20220601+dfsg)")
+  set(shell_libraries ", ${runtime_libraries}, libcrypt1, libgcc-s1 (>= 3.5), libstdc++6 (>= 11), libedit2 (>= 3.1-20140620-0), libre2-9 (>= 20220601+dfsg)")
 else()
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/cli_engine)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
-set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/without_scripts.cmake)
+set(CPACK_OBJCOPY ${CMAKE_OBJCOPY})
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/after_packing.cmake)
 
 set(runtime_package libcli-engine${CLI_ENGINE_SOVERSION})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})

@@ -15,16 +15,31 @@ endfunction()
 
 # Builds that are shipped check buffers and stacks, and their programs and libraries are laid out so that no table of
 # addresses stays writable. A sanitizer does the same work in its own way.
+include(CheckCXXCompilerFlag)
+set(CLI_ENGINE_HARDENING -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
+foreach(flag IN ITEMS -fstack-clash-protection -fcf-protection -mbranch-protection=standard) # where the processor has it
+  string(MAKE_C_IDENTIFIER "CLI_ENGINE_HAS${flag}" known)
+  check_cxx_compiler_flag(${flag} ${known})
+  if(${known})
+    list(APPEND CLI_ENGINE_HARDENING ${flag})
+  endif()
+endforeach()
+
 function(cli_engine_harden name)
   if(CMAKE_CXX_FLAGS MATCHES "fsanitize")
     return()
   endif()
-  set(shipped $<CONFIG:Release,MinSizeRel,RelWithDebInfo>)
-  target_compile_options(${name} PRIVATE $<${shipped}:-fstack-protector-strong> $<${shipped}:-U_FORTIFY_SOURCE>
-                                         $<${shipped}:-D_FORTIFY_SOURCE=3>)
+  target_compile_options(${name} PRIVATE "$<$<CONFIG:Release,MinSizeRel,RelWithDebInfo>:${CLI_ENGINE_HARDENING}>")
   target_link_options(${name} PRIVATE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
   get_target_property(type ${name} TYPE)
   if(type STREQUAL "EXECUTABLE")
     set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   endif()
+endfunction()
+
+# What packages bring has debug information, which goes to packages of its own, and does not tell where it was built.
+function(cli_engine_ship name)
+  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-g>
+                                         $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
+  target_link_options(${name} PRIVATE -Wl,--build-id=sha1)
 endfunction()

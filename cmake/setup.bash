@@ -17,12 +17,39 @@ install_packages() {
   local package missing=() as_root=()
   for package in "$@"; do is_installed "$package" || missing+=("$package"); done
   [ ${#missing[@]} -gt 0 ] || return 0
+  if [ "$(id -u)" != 0 ]; then
+    as_root=(sudo)
+    if ! command -v sudo >/dev/null; then
+      say "packages are missing that only root can install: apt-get install ${missing[*]}"
+      return 1
+    fi
+  fi
   say "installing ${missing[*]}"
-  if [ "$(id -u)" != 0 ]; then as_root=(sudo); fi
   {
     "${as_root[@]}" apt-get update -q || say "the package lists could not be updated; trying with those at hand"
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"
   } </dev/null >&2
+}
+
+# Passes on what a build says; on a terminal its steps are counted, in one line that goes when they are done.
+show_progress() {
+  local line
+  if ! [ -t 2 ]; then cat && return; fi
+  while IFS= read -r line; do
+    printf '%s\n' "$line"
+    if [[ $line =~ ^\[[0-9]+/[0-9]+\] ]]; then printf '\r%s: %s\033[K' "${0##*/}" "${BASH_REMATCH[0]}" >&2; fi
+  done
+  printf '\r\033[K' >&2
+}
+
+# A build names its place: one of a checkout that was moved or copied serves no more.
+drop_moved_build() {
+  local cache=build/$1/CMakeCache.txt home
+  [ -e "$cache" ] || return 0
+  home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$cache")
+  [ "$home" = "$PWD" ] && return 0
+  say "the $1 build is that of $home: building anew"
+  rm -rf "build/$1"
 }
 
 # build PRESET [TARGET...] : configures when that was not done, and builds; what the tools say is shown when they fail.
@@ -30,10 +57,11 @@ build() {
   local preset=$1 log targets=()
   shift
   if [ $# -gt 0 ]; then targets=(--target "$@"); fi
+  drop_moved_build "$preset"
   log=$(mktemp)
   if ! {
     { [ -e "build/$preset/build.ninja" ] || cmake --preset "$preset"; } && cmake --build --preset "$preset" "${targets[@]}"
-  } </dev/null >"$log" 2>&1; then
+  } </dev/null 2>&1 | show_progress >"$log"; then
     cat "$log" >&2
     rm -f "$log"
     say "the $preset build failed"

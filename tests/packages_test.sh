@@ -31,13 +31,16 @@ if [ -n "$architecture" ]; then
   exit
 fi
 
+for package in libcli-engine0 cli-shell; do
+  dpkg-deb -c "$packages/$package-dbgsym"_*.ddeb | grep '\.debug$' >/dev/null || fail "$package has no debug symbols"
+done
 if command -v lintian >/dev/null; then
   lintian --fail-on error "$packages"/*.deb || fail "lintian found errors"
 fi
 
 # The root knows what this machine has of the packages that ours need, and no more: dpkg says what else they ask for.
 mkdir -p "$root/var/lib/dpkg/updates" "$root/var/lib/dpkg/info" "$root/tmp"
-for package in libc6 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libedit2 libre2-9; do
+for package in libc6 libcrypt1 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libedit2 libre2-9; do
   dpkg-query -s "$package" && echo
 done >"$root/var/lib/dpkg/status"
 in_root() { dpkg --root="$root" --force-bad-path --log="$scratch/dpkg.log" "$@" >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"; }
@@ -47,10 +50,15 @@ for package in libcli-engine0 libcli-engine-dev cli-shell; do
 done
 
 libraries=$(dirname "$(find "$root/usr/lib" -name libcli_engine.so)")
-export LD_LIBRARY_PATH=$libraries
+export LD_LIBRARY_PATH=$libraries PATH=$root/usr/bin:$PATH XDG_STATE_HOME=$scratch
 "$root/usr/bin/cli-shell" --version | grep -q "^cli-shell [0-9]" || fail "cli-shell does not run"
 echo '{"quit": {"#help": "Leave", "#handler": "cli_shell_exit"}}' >"$scratch/tiny.json"
 [ "$("$root/usr/bin/cli-shell" --color=never -c quit "$scratch/tiny.json")" = "quit " ] || fail "a language does not run"
+
+# The example, as the README says.
+example=$(sed -n 's/^    \(cli-shell --handlers .*--privileges .*\)/\1/p' "$source/README.md")
+[ -n "$example" ] || fail "the README does not say how the example is run"
+(cd "$root/usr/share/doc/cli-shell/examples/router" && $example -c "show version") | grep -q Kernel || fail "$example"
 
 cp "$source/tests/consumer/host.c" "$source/tests/consumer/plugin.c" "$scratch"
 flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs cli_engine)
