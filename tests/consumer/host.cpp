@@ -1,5 +1,6 @@
 // A host in C++: the same, with its texts in C++.
-#include <cli_engine/cli_engine.h>
+#define E_OK (0)  // as the menu library's header has it
+#include <cli_engine/prefixed.h>
 #include <cli_engine/table.h>
 #include <dlfcn.h>
 
@@ -30,6 +31,9 @@ int main(int argc, char **argv) {
   json_decref(language);
   cli_execute(&engine, "hello world");
   cli_execute(&engine, "plug");
+  if (engine.parser.error->errcode != CLI_E_OK) {
+    return E_OK + 3;
+  }
   std::puts(cli_engine_version());
   cli_free(&engine);
   validator_typesystem_free(types);
