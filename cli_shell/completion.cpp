@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <unordered_set>
 
 #include "cli_shell/documents.hpp"
 #include "cli_shell/filters.hpp"
@@ -13,6 +14,8 @@
 
 namespace cli_shell {
 namespace {
+
+constexpr size_t kMostChoices = 10000;
 
 struct VectorRelease {
   void operator()(PtrVector *vector) const { ptr_vector_free(vector); }
@@ -112,10 +115,9 @@ std::vector<std::string> with_known_values(cli *engine, const std::vector<Handle
 }
 
 void remove_repeats(std::vector<std::string> &words) {
-  std::vector<std::string> unique;
-  for (std::string &word : words)
-    if (std::find(unique.begin(), unique.end(), word) == unique.end()) unique.push_back(std::move(word));
-  words = std::move(unique);
+  std::unordered_set<std::string> seen;
+  std::erase_if(words, [&seen](const std::string &word) { return !seen.insert(word).second; });
+  if (words.size() > kMostChoices) words.resize(kMostChoices);
 }
 
 }  // namespace
@@ -132,7 +134,10 @@ Completion complete_line(cli *engine, const std::vector<HandlersLibrary> &librar
   if (completion.words.empty() && !ends_in_quoted_blank) {
     const JsonRef result(json_array());
     cli_autocomplete(engine, line.c_str(), static_cast<int>(line.size()), result.get());
-    completion.words = strings_of(result.get());
+    for (std::string &text : strings_of(result.get())) {
+      if (text.ends_with(' ')) text.pop_back();
+      completion.words.push_back(quoted(text) + " ");
+    }
   }
   remove_repeats(completion.words);
   return completion;

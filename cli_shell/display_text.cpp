@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 
 namespace cli_shell {
 namespace {
@@ -71,6 +72,18 @@ bool is_c1_control(std::string_view character) {
   return character.size() == 2 && character[0] == '\xc2' && in_range(character[1], 0x80, 0x9f);
 }
 
+// Characters that nobody sees, or that make others stand in another order than they have.
+bool is_deceptive(std::string_view character) {
+  constexpr struct {
+    char32_t first, last;
+  } kRanges[] = {{0xad, 0xad},     {0x61c, 0x61c},   {0x180e, 0x180e}, {0x200b, 0x200f},  {0x2028, 0x202e},
+                 {0x2060, 0x206f}, {0xfeff, 0xfeff}, {0xfff9, 0xfffb}, {0xe0000, 0xe0fff}};
+  char32_t code = static_cast<unsigned char>(character[0]) & (0x7fU >> character.size());
+  for (const char c : character.substr(1)) code = code << 6 | (static_cast<unsigned char>(c) & 0x3fU);
+  return std::any_of(std::begin(kRanges), std::end(kRanges),
+                     [code](const auto &range) { return range.first <= code && code <= range.last; });
+}
+
 void show_byte(char c, std::string &out) {
   constexpr char kDigits[] = "0123456789abcdef";
   const auto byte = static_cast<unsigned char>(c);
@@ -114,9 +127,14 @@ size_t DisplayText::take_character(std::string_view text, bool at_end, std::stri
   Extent character = {Extent::Kind::kNone};
   if (in_range(text[0], 0x80, 0xff)) character = utf8_character(text);
   if (character.kind == Extent::Kind::kOpen && !at_end) return 0;
-  if (character.kind == Extent::Kind::kWhole && !is_c1_control(text.substr(0, character.length))) {
-    out += text.substr(0, character.length);
-    return character.length;
+  const std::string_view whole = text.substr(0, character.length);
+  if (character.kind == Extent::Kind::kWhole && !is_c1_control(whole) && !(policy_.terminal && is_deceptive(whole))) {
+    out += whole;
+    return whole.size();
+  }
+  if (character.kind == Extent::Kind::kWhole && policy_.terminal) {
+    for (const char c : whole) show_byte(c, out);
+    return whole.size();
   }
   if (policy_.terminal)
     show_byte(text[0], out);

@@ -10,7 +10,8 @@ namespace cli_shell {
 struct DisplayPolicy {
   bool colours;   // colour sequences (ESC [ digits and semicolons m) pass; else they are removed
   bool terminal;  // what could drive the terminal is shown as \xNN: control bytes other than newline and tab, DEL, the
-                  // C1 controls, ill-formed UTF-8. Else only the escape byte is, and whole control sequences go
+                  // C1 controls, invisible characters and those that change the direction, ill-formed UTF-8. Else only
+                  // the escape byte is, and whole control sequences go
   bool raw = false;  // nothing is changed
 };
 

@@ -303,7 +303,7 @@ std::string names_of(const std::vector<const FilterKind *> &kinds) {
 }
 
 // Adds the filter that the text between two bars asks for; the message when it cannot be made, else "".
-std::string add_filter(std::string_view text, bool is_last, std::vector<std::unique_ptr<LineFilter>> &filters) {
+std::string add_filter(std::string_view text, bool is_last, FilteredLine &line) {
   text = without_leading_blanks(text);
   const std::string_view name = first_word(text);
   if (name.empty()) return "A filter is missing behind '|': " + names_of(kinds_beginning_with(""));
@@ -312,7 +312,8 @@ std::string add_filter(std::string_view text, bool is_last, std::vector<std::uni
   if (kinds.size() > 1) return "Ambiguous filter '" + std::string(name) + "': " + names_of(kinds);
   if (kinds[0]->last && !is_last) return std::string("'") + kinds[0]->name + "' must be the last filter";
   MadeFilter made = kinds[0]->make(kinds[0]->name, text.substr(name.size()));
-  filters.push_back(std::move(made.filter));
+  line.filters.push_back(std::move(made.filter));
+  line.saves = line.saves || kinds[0]->last;
   return std::move(made.error);
 }
 
@@ -340,7 +341,7 @@ FilteredLine split_filters(std::string_view line) {
   for (size_t i = 0; i < found.size() && result.error.empty(); ++i) {
     const bool is_last = i + 1 == found.size();
     const size_t end = is_last ? line.size() : found[i + 1];
-    result.error = add_filter(line.substr(found[i] + 1, end - found[i] - 1), is_last, result.filters);
+    result.error = add_filter(line.substr(found[i] + 1, end - found[i] - 1), is_last, result);
   }
   return result;
 }

@@ -41,6 +41,7 @@ struct FilteredLine {
   std::string command;                               // without the bar and what follows
   std::vector<std::unique_ptr<LineFilter>> filters;  // in the order given
   std::string error;                                 // why the filters cannot be used, in one line; or ""
+  bool saves = false;                                // one of them writes a file
 };
 FilteredLine split_filters(std::string_view line);
 

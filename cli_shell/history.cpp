@@ -13,6 +13,7 @@
 
 #include "cli_shell/file_descriptor.hpp"
 #include "cli_shell/raw_write.hpp"
+#include "cli_shell/whole_file.hpp"
 #include "cli_shell/words.hpp"
 
 namespace cli_shell {
@@ -23,6 +24,7 @@ constexpr size_t kLongestLine = 4096;
 // A file above the bound is cut to its newest lines: few enough that this happens seldom, many enough to be of use.
 constexpr off_t kFileBound = off_t{256} * 1024;
 constexpr size_t kBytesKept = size_t{128} * 1024;
+constexpr size_t kMostLinesInFile = kHistoryLines + kHistoryLines / 4;
 constexpr mode_t kFileMode = 0600;
 constexpr mode_t kFolderMode = 0700;
 
@@ -33,8 +35,10 @@ void make_folders_of(const std::string &path) {
 }
 
 FileDescriptor open_for_append(const std::string &path) {
+  // What stands there under a link belongs to somebody else, and opening a FIFO would wait.
   const auto try_open = [&path] {
-    return FileDescriptor(open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, kFileMode));
+    constexpr int kFlags = O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    return FileDescriptor(open(path.c_str(), kFlags, kFileMode));
   };
   FileDescriptor file = try_open();
   if (!file && errno == ENOENT) {
@@ -44,9 +48,13 @@ FileDescriptor open_for_append(const std::string &path) {
   return file;
 }
 
+// Another shell holds the lock for a moment only; somebody else's lock is not waited for.
 bool lock(int fd, int how) {
-  while (flock(fd, how) != 0) {
-    if (errno != EINTR) return false;
+  constexpr int kAttempts = 50;
+  constexpr useconds_t kPause = 10'000;
+  for (int attempt = 0; flock(fd, how | LOCK_NB) != 0; ++attempt) {
+    if (errno != EINTR && (errno != EWOULDBLOCK || attempt == kAttempts)) return false;
+    usleep(kPause);
   }
   return true;
 }
@@ -88,6 +96,7 @@ bool ends_with_line(std::string_view text, std::string_view line) {
 }
 
 std::string_view newest_lines(std::string_view text) {
+  if (text.empty()) return text;
   size_t lines = 0;
   size_t start = text.size();
   while (start > 0 && lines <= kHistoryLines) {
@@ -106,19 +115,9 @@ std::string_view whole_lines(std::string_view end_of_file, bool is_whole_file) {
 }
 
 // Puts a file with the newest lines in the place of one that has grown too big, whose lock is held.
-bool shorten(const std::string &path, int fd, off_t size) {
-  const std::string end = read_end(fd, size, kBytesKept);
-  std::string name = path + ".XXXXXX";
-  FileDescriptor file(mkostemp(name.data(), O_CLOEXEC));
-  if (!file) return false;
-  const bool written = write_all(file.get(), newest_lines(whole_lines(end, end.size() == static_cast<size_t>(size)))) &&
-                       rename(name.c_str(), path.c_str()) == 0;
-  if (!written) {
-    const int error = errno;
-    unlink(name.c_str());
-    errno = error;
-  }
-  return written;
+bool shorten(const std::string &path, std::string_view end_of_file, bool is_whole_file) {
+  WholeFile file;
+  return file.open(path) && file.write(newest_lines(whole_lines(end_of_file, is_whole_file))) && file.put_in_place();
 }
 
 }  // namespace
@@ -138,9 +137,9 @@ std::optional<std::string> HistoryFile::default_path() {
 }
 
 std::vector<std::string> HistoryFile::load() const {
-  const FileDescriptor file(open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
-  if (!file || !lock(file.get(), LOCK_SH) || fstat(file.get(), &status) != 0) return {};
+  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || !lock(file.get(), LOCK_SH)) return {};
   const std::string end = read_end(file.get(), status.st_size, static_cast<size_t>(kFileBound));
   std::string_view rest = newest_lines(whole_lines(end, end.size() == static_cast<size_t>(status.st_size)));
 
@@ -160,13 +159,17 @@ bool HistoryFile::append(std::string_view line) const {
   if (!S_ISREG(status.st_mode)) return true;  // a name for /dev/null: its owner wants no history
   if ((status.st_mode & 077) != 0 && fchmod(file.get(), kFileMode) != 0) return false;
 
-  const std::string end = read_end(file.get(), status.st_size, line.size() + 2);
+  std::string end = read_end(file.get(), status.st_size, static_cast<size_t>(kFileBound));
   if (ends_with_line(end, line)) return true;
   const bool is_cut = !end.empty() && end.back() != '\n';  // a write that a full disk broke off
   const std::string entry = (is_cut ? "\n" : "") + std::string(line) + '\n';
   if (!write_all(file.get(), entry)) return false;
-  const off_t size = status.st_size + static_cast<off_t>(entry.size());
-  return size <= kFileBound || shorten(path_, file.get(), size);
+  const bool is_whole_file = end.size() == static_cast<size_t>(status.st_size);
+  end += entry;
+  const auto lines = static_cast<size_t>(std::count(end.begin(), end.end(), '\n'));
+  if (is_whole_file && lines <= kMostLinesInFile && end.size() <= static_cast<size_t>(kFileBound)) return true;
+  return shorten(path_, std::string_view(end).substr(end.size() - std::min(end.size(), kBytesKept)),
+                 is_whole_file && end.size() <= kBytesKept);
 }
 
 }  // namespace cli_shell

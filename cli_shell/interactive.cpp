@@ -90,7 +90,7 @@ int run_interactive(Shell &shell) {
       case Input::Kind::kLine:
         if (without_blanks_at_end(input.line).empty()) break;
         typed.keep(input.line);
-        shell.execute(input.line);
+        shell.execute_typed(input.line, editor.has_pasted());
         break;
       case Input::Kind::kKeyedLine:
         left = leaves_unasked(shell, input.line);

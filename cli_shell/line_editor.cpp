@@ -74,6 +74,7 @@ class LineEditor::Session {
   Input read();
   void remember(const std::string &line);
   void forget_pasted() { keys_.forget_pasted(); }
+  bool has_pasted() const { return keys_.has_pasted(); }
 
  private:
   // A key's work on the screen below the line is done when libedit asks for the next key: only then has it brought
@@ -621,6 +622,10 @@ LineEditor::~LineEditor() = default;
 
 Input LineEditor::read() {
   return session_->read();
+}
+
+bool LineEditor::has_pasted() const {
+  return session_->has_pasted();
 }
 
 void LineEditor::forget_pasted() {

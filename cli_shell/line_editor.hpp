@@ -50,6 +50,9 @@ class LineEditor {
 
   Input read();
 
+  // Whether lines of a paste wait.
+  bool has_pasted() const;
+
   // Drops the lines of a paste that have not been read yet: the user broke off the one that ran.
   void forget_pasted();
 

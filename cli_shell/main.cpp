@@ -1,6 +1,8 @@
 // cli-shell: a shell that speaks the command language of a definition document.
 #include <fcntl.h>
 #include <langinfo.h>
+#include <sys/auxv.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -50,6 +52,18 @@ void open_standard_descriptors() {
   }
 }
 
+// The user names libraries to load and files to write: with rights that are not the user's own they would be the way to
+// those rights.
+void refuse_raised_rights() {
+  if (getauxval(AT_SECURE) != 0) throw UserError("it does not run set-user-ID or set-group-ID");
+}
+
+// Typed passwords do not end up in a file.
+void keep_memory_private() {
+  const rlimit none = {.rlim_cur = 0, .rlim_max = 0};
+  setrlimit(RLIMIT_CORE, &none);
+}
+
 int print_text(const std::string &text) {
   if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return 0;
   say_on_standard_error(std::string("cannot write standard output: ") + std::strerror(errno));
@@ -76,11 +90,14 @@ int run(int argc, char **argv) {
 }  // namespace cli_shell
 
 int main(int argc, char **argv) try {
+  cli_shell::refuse_raised_rights();
+  cli_shell::keep_memory_private();
   cli_shell::open_standard_descriptors();
   cli_shell::set_character_encoding();
   return cli_shell::run(argc - std::min(argc, 1), argv + std::min(argc, 1));
 } catch (const std::bad_alloc &) {
-  cli_shell::say_on_standard_error("there is not enough memory");
+  constexpr std::string_view kNoMemory = "cli-shell: there is not enough memory\n";  // nor for making up a message
+  cli_shell::write_all(STDERR_FILENO, kNoMemory);
   return cli_shell::kCannotRun;
 } catch (const std::exception &error) {
   cli_shell::say_on_standard_error(error.what());

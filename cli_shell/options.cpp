@@ -58,6 +58,12 @@ constexpr CommonOption kCommon[] = {
     {"--color", "WHEN", "auto, always or never (auto: on a terminal, unless NO_COLOR is set)",
      [](Options &o, const std::string &a) { o.colour = colour_from(a); }},
     {"--no-more", nullptr, "do not page long output", [](Options &o, const std::string &) { o.no_more = true; }},
+    {"--strict", nullptr, "with -c, -f and pipes: end with status 1 at the first line that fails",
+     [](Options &o, const std::string &) { o.strict = true; }},
+    {"--restricted", nullptr, "no file is saved, no pager program started; files are named with absolute paths",
+     [](Options &o, const std::string &) { o.restricted = true; }},
+    {"--audit", nullptr, "tell the system's log of each line, secrets masked",
+     [](Options &o, const std::string &) { o.audit = true; }},
     {"--dump", nullptr, "print the language in bracket notation; no handlers are needed",
      [](Options &o, const std::string &) { o.dump = true; }},
     {"--help", nullptr, "print this", [](Options &o, const std::string &) { o.help = true; }},
@@ -127,6 +133,17 @@ std::string usage_row(std::string left, const char *help) {
   return "  " + left + help + "\n";
 }
 
+// Where a restricted user starts the shell must not decide what it loads.
+void require_absolute_paths(const Options &options) {
+  std::vector<std::string> paths = options.operands;
+  paths.insert(paths.end(), options.handlers.begin(), options.handlers.end());
+  if (options.privileges) paths.push_back(*options.privileges);
+  for (const Action &action : options.actions)
+    if (action.kind == Action::Kind::kFile) paths.push_back(action.text);
+  for (const std::string &path : paths)
+    if (!path.starts_with('/')) throw UserError("--restricted takes absolute paths, not '" + path + "'");
+}
+
 }  // namespace
 
 Options parse_options(const std::vector<std::string> &arguments, std::span<const ExtraOption> extra) {
@@ -145,6 +162,7 @@ Options parse_options(const std::vector<std::string> &arguments, std::span<const
         throw UserError("unknown option " + name + "; see cli-shell --help");
     }
   }
+  if (options.restricted) require_absolute_paths(options);
   return options;
 }
 

@@ -35,6 +35,9 @@ struct Options {
   std::vector<Action> actions;
   ColourChoice colour = ColourChoice::kAuto;
   bool no_more = false;
+  bool strict = false;
+  bool restricted = false;
+  bool audit = false;
   bool dump = false;
   bool help = false;
   bool version = false;

@@ -1,72 +1,112 @@
 #include "cli_shell/session.hpp"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 #include "cli_shell/interactive.hpp"
+#include "cli_shell/raw_write.hpp"
 
 namespace cli_shell {
 namespace {
 
-FileRef open_lines(const std::string &path) {
-  FileRef file(std::fopen(path.c_str(), "re"));
-  // A folder opens, and fails at the first byte.
-  if (file && std::ungetc(std::fgetc(file.get()), file.get()) == EOF && std::ferror(file.get())) file.reset();
-  if (!file) throw UserError(path + ": " + std::strerror(errno));
+FileDescriptor open_lines(const std::string &path) {
+  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status {};
+  if (!file || fstat(file.get(), &status) != 0) throw UserError(path + ": " + std::strerror(errno));
+  if (S_ISDIR(status.st_mode)) throw UserError(path + ": " + std::strerror(EISDIR));
   return file;
 }
 
-// The lines of a file, without their ends ("\n" or "\r\n"; the last one may have none).
+// The lines of a file, without their ends ("\n" or "\r\n"; the last one may have none). No more than a longest line of
+// it is ever in memory.
 class LineReader {
  public:
-  explicit LineReader(FILE *file) : file_(file) {}
-  ~LineReader() { std::free(line_); }
-  LineReader(const LineReader &) = delete;
-  LineReader &operator=(const LineReader &) = delete;
+  explicit LineReader(int fd) : fd_(fd) {}
 
-  // Borrowed until the next call; null at the end.
-  const char *next() {
-    const ssize_t count = getline(&line_, &capacity_, file_);
-    if (count < 0) return nullptr;
-    auto length = static_cast<size_t>(count);
-    if (length > 0 && line_[length - 1] == '\n') --length;
-    if (length > 0 && line_[length - 1] == '\r') --length;
+  // False at the end. A line that is too long is told and comes as what fails: none of it is run.
+  bool next(std::string &line) {
+    size_t end;
+    while ((end = text_.find('\n', searched_)) == std::string::npos && text_.size() <= kLongestLine && fill()) {
+    }
+    if (end == std::string::npos && text_.size() > kLongestLine) return skip_line(line);
+    if (end == std::string::npos && (error_ != 0 || text_.empty())) return false;
+    line = text_.substr(0, end);
+    text_.erase(0, end == std::string::npos ? end : end + 1);
+    searched_ = 0;
+    if (line.ends_with('\r')) line.pop_back();
     // A NUL byte would hide the rest of its line; as DEL it is a character that no command takes.
-    std::replace(line_, line_ + length, '\0', '\x7f');
-    line_[length] = '\0';
-    return line_;
+    std::replace(line.begin(), line.end(), '\0', '\x7f');
+    return true;
   }
 
+  int error() const { return error_; }
+
  private:
-  FILE *file_;
-  char *line_ = nullptr;
-  size_t capacity_ = 0;
+  static constexpr size_t kLongestLine = size_t{1} << 20;
+
+  bool fill() {
+    searched_ = text_.size();
+    char block[65536];
+    ssize_t count;
+    while ((count = read(fd_, block, sizeof block)) < 0 && errno == EINTR) {
+    }
+    if (count < 0) error_ = errno;
+    if (count > 0) text_.append(block, static_cast<size_t>(count));
+    return count > 0;
+  }
+
+  bool skip_line(std::string &line) {
+    do {
+      text_.clear();
+      if (!fill()) return false;
+      searched_ = 0;
+    } while (text_.find('\n') == std::string::npos);
+    text_.erase(0, text_.find('\n') + 1);
+    say_on_standard_error("a line is longer than " + std::to_string(kLongestLine) + " bytes and is not run");
+    line = "\x7f";
+    return true;
+  }
+
+  int fd_;
+  std::string text_;     // what is read, from the next line on
+  size_t searched_ = 0;  // so much of it holds no line end
+  int error_ = 0;
 };
 
-void execute_lines(Shell &shell, FILE *file, bool live) {
-  LineReader reader(file);
-  shell.execute_all([&] { return reader.next(); }, live);
+// Whether all was read; what failed is told.
+bool execute_lines(Shell &shell, int fd, const std::string &name, bool live, Tally &failures) {
+  LineReader reader(fd);
+  const Tally tally = shell.execute_all([&](std::string &line) { return reader.next(line); }, live);
+  if (const std::string report = tally.report(); !report.empty()) say_on_standard_error(name + ": " + report);
+  if (reader.error() != 0) say_on_standard_error(name + ": " + std::strerror(reader.error()));
+  if (tally.failed() > 0) failures.count(true);
+  return reader.error() == 0;
 }
 
-std::vector<FileRef> open_files(const std::vector<Action> &actions) {
-  std::vector<FileRef> files;
+std::vector<FileDescriptor> open_files(const std::vector<Action> &actions) {
+  std::vector<FileDescriptor> files;
   files.reserve(actions.size());
   for (const Action &action : actions)
-    files.push_back(action.kind == Action::Kind::kFile ? open_lines(action.text) : nullptr);
+    files.push_back(action.kind == Action::Kind::kFile ? open_lines(action.text) : FileDescriptor());
   return files;
 }
 
-void execute_actions(Shell &shell, const std::vector<Action> &actions, const std::vector<FileRef> &files) {
+bool execute_actions(Shell &shell, const std::vector<Action> &actions, const std::vector<FileDescriptor> &files,
+                     Tally &failures) {
+  bool whole = true;
   for (size_t i = 0; i < actions.size() && !shell.leave_requested(); ++i) {
+    if (shell.strict() && (!whole || failures.failed() > 0)) break;
     if (files[i])
-      execute_lines(shell, files[i].get(), false);
-    else
-      shell.execute(actions[i].text);
+      whole = execute_lines(shell, files[i].get(), actions[i].text, false, failures) && whole;
+    else if (!shell.execute(actions[i].text))
+      failures.count(true);
   }
+  return whole;
 }
 
 }  // namespace
@@ -79,11 +119,10 @@ bool Session::at_prompt() const {
 
 int Session::run(Shell &shell) const {
   if (at_prompt()) return run_interactive(shell);
-  if (actions_.empty())
-    execute_lines(shell, stdin, true);
-  else
-    execute_actions(shell, actions_, files_);
-  return shell.output_lost() ? 1 : 0;
+  Tally failures;  // a file counts once
+  const bool whole = actions_.empty() ? execute_lines(shell, STDIN_FILENO, "standard input", true, failures)
+                                      : execute_actions(shell, actions_, files_, failures);
+  return shell.output_lost() || !whole || (shell.strict() && failures.failed() > 0) ? 1 : 0;
 }
 
 }  // namespace cli_shell

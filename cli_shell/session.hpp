@@ -2,19 +2,13 @@
 #ifndef CLI_SHELL_SESSION_HPP
 #define CLI_SHELL_SESSION_HPP
 
-#include <cstdio>
-#include <memory>
 #include <vector>
 
+#include "cli_shell/file_descriptor.hpp"
 #include "cli_shell/options.hpp"
 #include "cli_shell/shell.hpp"
 
 namespace cli_shell {
-
-struct FileClose {
-  void operator()(FILE *file) const { std::fclose(file); }
-};
-using FileRef = std::unique_ptr<FILE, FileClose>;
 
 class Session {
  public:
@@ -30,7 +24,7 @@ class Session {
 
  private:
   const std::vector<Action> &actions_;
-  std::vector<FileRef> files_;  // null for an action that is a line
+  std::vector<FileDescriptor> files_;  // of the actions that name one
 };
 
 }  // namespace cli_shell

@@ -1,11 +1,15 @@
 #include "cli_shell/shell.hpp"
 
+#include <poll.h>
+#include <pwd.h>
 #include <strings.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <type_traits>
 
 #include "cli_shell/control.hpp"
@@ -28,7 +32,18 @@ namespace cli_shell {
 namespace {
 
 bool is_comment(const std::string &line) {
-  return line.starts_with('!') || line.starts_with('#');
+  const size_t first = line.find_first_not_of(" \t\v\f\r");
+  return first != std::string::npos && (line[first] == '!' || line[first] == '#');
+}
+
+bool is_blank_line(const std::string &line) {
+  return std::all_of(line.begin(), line.end(), is_blank);
+}
+
+// Lines that wait at the terminal, which somebody pasted or typed ahead.
+bool input_waits() {
+  pollfd input = {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+  return isatty(STDIN_FILENO) == 1 && poll(&input, 1, 0) > 0;
 }
 
 bool is_session(const Options &options) {
@@ -43,7 +58,12 @@ using StringRef = std::unique_ptr<DynString, StringRelease>;
 }  // namespace
 
 Shell::Shell(const Options &options, const Documents &documents, std::vector<HandlersLibrary> libraries)
-    : record_{}, libraries_(std::move(libraries)), output_(options.colour, is_session(options)) {
+    : record_{},
+      libraries_(std::move(libraries)),
+      output_(options.colour, is_session(options)),
+      strict_(options.strict),
+      restricted_(options.restricted),
+      audited_(options.audit) {
   static_assert(std::is_standard_layout_v<Record>, "the engine's address is the record's");
   if (options.no_more) setenv("CLI_SHELL_MORE", "0", 1);
   record_.shell = this;
@@ -105,52 +125,106 @@ bool Shell::selects_command(const std::string &command, size_t &echo_size) {
   return true;
 }
 
-void Shell::execute(const std::string &line) {
-  if (is_comment(line)) return;
-  if (is_own(line)) return print([&] { run_control(&record_.engine, line); });
+// Runs the line and finds out what became of it.
+bool Shell::run(const std::string &line) {
+  cli *const engine = &record_.engine;
+  const int level = parser_get_privilege(&engine->parser);
+  const std::string told = audited_ ? masked(line) : "";
+  cli_node *const selected = parse(line);
+  const bool is_mode = selected && selected->type == TYPE_SUBCONFIG && selected->parent;
+  cli_execute(engine, line.c_str());
+  const bool failed = !selected || engine->parser.error->errcode != E_OK || selected->type == TYPE_WORD;
+  const bool refused = is_mode && engine->current != selected;
+  if (audited_) audit(told, level, failed ? "failed" : refused ? "refused" : "run");
+  return !failed && !refused;
+}
+
+bool Shell::execute(const std::string &line) {
+  if (is_comment(line)) return true;
+  if (is_own(line)) {
+    print([&] { run_control(&record_.engine, line); });
+    return true;
+  }
   FilteredLine parts = split_filters(line);
   if (!parts.error.empty()) return refuse(parts.error);
+  if (parts.saves && restricted_) return refuse("'save' is not for this shell");
 
   Output::Route route;
   if (selects_command(parts.command, route.unfiltered)) {
     for (const auto &filter : parts.filters)
       if (const std::string error = filter->open(); !error.empty()) return refuse(error);
     route.filters = std::move(parts.filters);
-    route.paged = !input_waits_;
+    route.paged = !paste_ && !restricted_;
     route.length = record_.engine.pager.window[0];
   }
-  output_.run([&] { cli_execute(&record_.engine, parts.command.c_str()); }, std::move(route));
+  bool done = false;  // stays so when the line could not be run
+  output_.run(
+      [&] {
+        if (paste_)
+          done = run_in_block(parts.command, paste_->block);
+        else
+          done = run(parts.command);
+      },
+      std::move(route));
+  return done;
+}
+
+void Shell::execute_typed(const std::string &line, bool more) {
+  more = more || input_waits();
+  if (more && !paste_) paste_.emplace(Paste{.block = Block(&record_.engine), .tally = {}});
+  const bool done = execute(line);
+  if (!paste_) return;
+  paste_->tally.count(!done);
+  if (more && !Output::interrupted()) return;
+  const std::string report = paste_->tally.report();
+  paste_.reset();
+  if (!report.empty()) print([&] { std::printf("%% %s\n", report.c_str()); });
+}
+
+bool Shell::ends_session(const cli_node *selected) const {
+  return selected && selected->type == TYPE_COMMAND && selected->name && std::strcmp(selected->name, "exit") == 0;
+}
+
+bool Shell::run_in_block(const std::string &line, Block &block) {
+  if (!block.wants(line)) {
+    std::printf("%% Left out with the line that it belongs to: %s\n", masked(line).c_str());
+    return false;
+  }
+  const bool ends = block.is_at_base() && ends_session(parse(line));
+  const bool done = ends || run(line);
+  block.note(!done);
+  return done;
 }
 
 bool Shell::is_own(const std::string &line) const {
   return accepts_controls_ && is_control(line);
 }
 
-void Shell::execute_plain(const std::string &line) {
-  if (is_own(line)) return print([&] { run_control(&record_.engine, line); });
-  output_.run([&] { cli_execute(&record_.engine, line.c_str()); });
-}
-
-void Shell::execute_all(const std::function<const char *()> &next, bool live) {
+Tally Shell::execute_all(const NextLine &next, bool live) {
+  Tally tally;
+  Block block(&record_.engine);
   output_.run([&] {
-    while (!leave_requested_ && !std::ferror(stdout)) {
-      const char *const line = next();
-      if (!line) break;
+    std::string line;
+    while (!leave_requested_ && !std::ferror(stdout) && !(strict_ && tally.failed() > 0) && next(line)) {
+      bool done = true;
       if (is_own(line))
         run_control(&record_.engine, line);
-      else
-        cli_execute(&record_.engine, line);
+      else if (!is_comment(line) && !is_blank_line(line))
+        done = run_in_block(line, block);
+      tally.count(!done);
       if (live) std::fflush(stdout);
     }
   });
+  return tally;
 }
 
 void Shell::print(const std::function<void()> &body, bool paged) {
   output_.run(body, {.filters = {}, .unfiltered = 0, .paged = paged});
 }
 
-void Shell::refuse(const std::string &message) {
+bool Shell::refuse(const std::string &message) {
   print([&] { std::printf("%% %s\n", message.c_str()); });
+  return false;
 }
 
 // ---- Help and completion
@@ -198,14 +272,44 @@ bool Shell::is_secret_value(const cli_node *node) const {
   return node->parent && node->parent->type == TYPE_KEY && is_secret_name(node->parent->name);
 }
 
+// A word that may be meant for a secret's name: abbreviated or mistyped, in a line that fails.
+bool Shell::resembles_secret(std::string_view word) const {
+  constexpr size_t kShortest = 3;
+  if (word.size() < kShortest) return false;
+  return std::any_of(secrets_.begin(), secrets_.end(), [&](const std::string &secret) {
+    return (word.size() <= secret.size() && strncasecmp(secret.c_str(), word.data(), word.size()) == 0) ||
+           (word.size() > kShortest && differs_by_typing(word, secret));
+  });
+}
+
 bool Shell::is_secret(const std::string &line) {
   if (is_comment(line)) return false;
   const FilteredLine parts = split_filters(line);
-  parse(parts.command);
-  // A word that is the secret's name counts too: a line that fails has no nodes behind it, and is no less secret.
+  const bool failed = parse(parts.command) == nullptr;
+  // A line that fails has no nodes behind its words, and is no less secret.
   for (token *word = tokenizer_first(&record_.engine.tokenizer); word; word = token_next(word))
-    if (is_secret_name(word->text) || is_secret_value(word->node)) return true;
+    if (is_secret_name(word->text) || is_secret_value(word->node) || (failed && resembles_secret(word->text)))
+      return true;
   return false;
+}
+
+// The line's words, those that are secret, or may be, left out.
+std::string Shell::masked(const std::string &line) {
+  const bool failed = parse(line) == nullptr;
+  std::string text;
+  bool hidden = false;
+  for (token *word = tokenizer_first(&record_.engine.tokenizer); word; word = token_next(word)) {
+    if (!text.empty()) text += ' ';
+    text += hidden || is_secret_value(word->node) ? "***" : quoted(word->text);
+    hidden = hidden || (failed && (is_secret_name(word->text) || resembles_secret(word->text)));
+  }
+  return harmless(text);
+}
+
+void Shell::audit(const std::string &line, int level, const char *outcome) const {
+  const passwd *const user = getpwuid(getuid());
+  const std::string name = user ? user->pw_name : std::to_string(getuid());
+  syslog(LOG_AUTHPRIV | LOG_NOTICE, "user=%s level=%d outcome=%s line=%s", name.c_str(), level, outcome, line.c_str());
 }
 
 }  // namespace cli_shell

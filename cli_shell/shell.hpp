@@ -4,11 +4,13 @@
 #define CLI_SHELL_SHELL_HPP
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
+#include "cli_shell/block.hpp"
 #include "cli_shell/completion.hpp"
 #include "cli_shell/documents.hpp"
 #include "cli_shell/handlers_library.hpp"
@@ -38,21 +40,24 @@ class Shell {
   // From now on lines that begin with "%" are this program's own (control.hpp), whatever the language says.
   void accept_controls() { accepts_controls_ = true; }
 
-  // ---- Lines. A comment line ("!" or "#" first) does nothing. While one of these runs in an interactive session,
+  // ---- Lines. A comment ("!" or "#" behind blanks) does nothing. While one of these runs in an interactive session,
   // SIGINT ends the output and its filters, and nothing else; it is handled here.
 
-  // Executes a line as typed at the prompt or given by -c: with filters behind " | ", and paged on a terminal.
-  void execute(const std::string &line);
+  // Executes a line as typed at the prompt or given by -c: with filters behind " | ", and paged on a terminal; false
+  // when it failed.
+  bool execute(const std::string &line);
 
-  // Further lines wait already: a pager program, which reads the keys, is not started for the ones before them.
-  void expect_input(bool waits) { input_waits_ = waits; }
+  // Executes a line that was typed. Together with the lines that wait behind it, it is a paste: blocks are kept
+  // together (block.hpp), no "exit" leaves the shell, and at the end of it the lines that failed are told. A pager
+  // program, which reads the keys, is not started meanwhile. `more`: further lines wait; what waits at the terminal is
+  // seen here.
+  void execute_typed(const std::string &line, bool more);
 
-  // Executes a line as it stands, without filters or pager.
-  void execute_plain(const std::string &line);
-
-  // Executes the lines that `next` gives, as execute_plain does, until it gives none or leaving was requested; one set
-  // of processes serves them all. `live`: what a line printed is passed on before the next line is asked for.
-  void execute_all(const std::function<const char *()> &next, bool live);
+  // Executes the lines that `next` gives, without filters or pager, until it gives none, leaving was requested or, with
+  // --strict, one failed. Blocks are kept together, blank lines are comments, no "exit" leaves the shell. `live`: what
+  // a line printed is passed on before the next line is asked for. Returns what became of them.
+  using NextLine = std::function<bool(std::string &line)>;  // false at the end
+  Tally execute_all(const NextLine &next, bool live);
 
   // Runs a body whose standard output is treated as a command's: harmless, and paged when that is asked for.
   void print(const std::function<void()> &body, bool paged = false);
@@ -75,6 +80,9 @@ class Shell {
   // No mode is entered.
   bool at_top() const { return record_.engine.current == &record_.engine.root; }
 
+  // Whether lines are to end with the first one that fails.
+  bool strict() const { return strict_; }
+
   // Asks for the end of the session after the present line.
   void request_leave() { leave_requested_ = true; }
 
@@ -95,13 +103,19 @@ class Shell {
   };
 
   bool is_own(const std::string &line) const;
+  bool run(const std::string &line);
+  bool run_in_block(const std::string &line, Block &block);
+  bool ends_session(const cli_node *selected) const;
+  std::string masked(const std::string &line);
+  void audit(const std::string &line, int level, const char *outcome) const;
   // A run over the line, with marks in the tree as a line that is executed leaves them.
   cli_node *parse(const std::string &line);
   bool selects_command(const std::string &command, size_t &echo_size);
-  void refuse(const std::string &message);
+  bool refuse(const std::string &message);
   void help_filters(const std::string &before_cursor, size_t filter_start);
   bool is_secret_name(const char *name) const;
   bool is_secret_value(const cli_node *node) const;
+  bool resembles_secret(std::string_view word) const;
 
   Record record_;
   validator_typesystem *types_ = nullptr;
@@ -111,7 +125,15 @@ class Shell {
   bool started_ = false;
   bool accepts_controls_ = false;
   bool leave_requested_ = false;
-  bool input_waits_ = false;
+  bool strict_;
+  bool restricted_;
+  bool audited_;
+
+  struct Paste {
+    Block block;
+    Tally tally;
+  };
+  std::optional<Paste> paste_;
 };
 
 }  // namespace cli_shell

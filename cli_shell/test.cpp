@@ -36,7 +36,7 @@ void run_step(Shell &shell, const Step &step) {
   if (shell.leave_requested()) return static_cast<void>(std::puts("% The session has ended"));
   switch (step.kind) {
     case Step::Kind::kLine:
-      return shell.execute(step.text);
+      return static_cast<void>(shell.execute(step.text));
     case Step::Kind::kHelp:
       return shell.help(step.text);
     case Step::Kind::kCompletion:

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <numeric>
+#include <utility>
+#include <vector>
 
 namespace cli_shell {
 
@@ -30,6 +33,25 @@ size_t last_word_start(std::string_view line) {
   for (size_t i = 0; i < line.size(); ++i)
     if (scanner.separates(line[i])) start = i + 1;
   return start;
+}
+
+// An edit distance of two at most, without regard to case; a swap of neighbours counts twice and so is within it.
+bool differs_by_typing(std::string_view typed, std::string_view meant) {
+  constexpr size_t kSlips = 2;
+  if (typed.size() > meant.size() + kSlips) return false;
+  std::vector<size_t> row(meant.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 0; i < typed.size(); ++i) {
+    size_t diagonal = std::exchange(row[0], i + 1);
+    for (size_t j = 0; j < meant.size(); ++j) {
+      const bool same =
+          std::tolower(static_cast<unsigned char>(typed[i])) == std::tolower(static_cast<unsigned char>(meant[j]));
+      const size_t replaced = diagonal + (same ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back() <= kSlips;
 }
 
 std::string quoted(std::string_view word) {

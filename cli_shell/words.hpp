@@ -28,6 +28,9 @@ class WordScanner {
 // Where the last word of the line begins; the line's length when the line ends between words.
 size_t last_word_start(std::string_view line);
 
+// Whether one word may be the other with a slip or two of the fingers: characters left out, doubled, changed, swapped.
+bool differs_by_typing(std::string_view typed, std::string_view meant);
+
 // The word written so that the tokenizer, and a filter's bar, leave it whole.
 std::string quoted(std::string_view word);
 

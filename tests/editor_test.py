@@ -278,6 +278,23 @@ class History(Prompt):
         self.assertEqual("show text x \nx\n", self.echo(shell, "show text x"))
         self.assertEqual("level \nlevel 1\n", self.echo(shell, "le" + UP))
 
+    def test_no_history_keeps_the_shell_from_starting(self):
+        os.makedirs(os.path.dirname(self.history))
+        other = self.file("other", b"kept\n")
+        for make in (lambda: self.file("state/cli-engine/history", b""), lambda: os.mkfifo(self.history),
+                     lambda: os.symlink(other, self.history)):
+            make()
+            shell = self.shell()
+            self.assertIn("level 1\n", self.echo(shell, "level"))
+            for line in ("usrname bob pass X", "enable secrte X"):
+                self.type(shell, line + "\r")
+            self.leave(shell)
+            if stat.S_ISREG(os.lstat(self.history).st_mode):
+                self.assertEqual(["level"], self.lines())
+            os.unlink(self.history)
+        with open(other, encoding="utf-8") as file:
+            self.assertEqual("kept\n", file.read())
+
 
 class Signals(Prompt):
     """The shell under a parent that looks at the terminal before and after."""

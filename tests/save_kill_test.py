@@ -1,4 +1,4 @@
-"""A router killed at any moment while it saves: the file is the old or the new one, whole."""
+"""A router that is killed while it saves, or whose system calls fail: nobody gains rights, and no file is lost."""
 
 import os
 import random
@@ -49,6 +49,27 @@ class Save(unittest.TestCase):
                 router.kill()
             seen.append(whole.get(self.saved(), "torn"))
         self.assertEqual(set(seen), set(NAMES))
+
+    def test_system_calls_that_fail_one_at_a_time(self):
+        old = "configure terminal\nenable secret password kept\nend\n"
+        for attempt, password in ((True, "wrong"), (False, "kept")):
+            command = [*ROUTER, "--level", "1", "--strict", "-c", "enable password " + password, "-c", "show privilege",
+                       "-c", "copy running-config startup-config"]
+            for name in ("fork", "pipe2", "open", "read", "write", "fsync", "rename", "dup2", "pthread_create"):
+                for number in range(1, 100):
+                    with self.subTest(attempt=attempt, name=name, number=number):
+                        with open(self.startup, "w", encoding="utf-8") as file:
+                            file.write(old)
+                        done = subprocess.run(command, capture_output=True, timeout=60, check=False, env={
+                            **os.environ, "ROUTER_STARTUP_CONFIG": self.startup, "FAULT": f"{name} {number}",
+                            "LD_PRELOAD": os.environ["FAULTS"]})
+                        self.assertIn("enable secret", self.saved())
+                        if attempt:
+                            self.assertNotIn(b"level is 15", done.stdout)
+                        elif b"Saved to" not in done.stdout:
+                            self.assertTrue(done.returncode in (1, 2) or b"\n% " in done.stdout, done)
+                        if b"not reached" in done.stderr:
+                            break
 
 
 if __name__ == "__main__":

@@ -179,6 +179,32 @@ class Lines(Case):
         self.assertIn("at 'exit'", out)  # no such command at the top
         self.assertTrue(out.endswith("quit \n"), out)
 
+    def test_blocks_are_kept_together(self):
+        cases = [  # lines; what is printed, echo included; what is told at the end
+            ("interface e extra\n address 192.0.2.1\n exit\nlevel\n", ["level ", "level 1"], "4 lines, 3 failed: 1, 2, 3"),
+            ("interface e\n unit x\n  level\n  exit\n address 192.0.2.1\nlevel\nexit\nlevel\n",
+             ["address 192.0.2.1 ", "level 1", "level ", "level 1", "level ", "level 1"], "8 lines, 4 failed: 2, 3, 4, 7"),
+            ("\n  ! a comment\nlevel\n", ["level ", "level 1"], ""),
+        ]
+        for text, printed, told in cases:
+            with self.subTest(text):
+                out, err, status = run(text=text.encode())
+                self.assertEqual(printed, [line for line in out.splitlines() if re.match(r"(level|address)\b", line)])
+                self.assertEqual(("cli-shell: standard input: " + told + "\n" if told else "", 0), (err, status))
+
+    def test_the_first_failed_line_ends_a_strict_run(self):
+        for arguments, text in ([["-c", "nothing", "-c", "level"], b""], [["-c", "level | nothing", "-c", "level"], b""],
+                                [["-f", self.file("lines", b"nothing\nlevel\n")], b""], [[], b"nothing\nlevel\n"]):
+            out, _, status = run("--strict", *arguments, text=text)
+            self.assertEqual((0, 1), (out.count("level 1\n"), status))
+            self.assertEqual(0, run(*arguments, text=text)[2])
+
+    def test_what_cannot_be_read_is_told(self):
+        lines = self.file("lines", b"level\n" * 20000 + b"x" * 1100000 + b"\nlevel\n")
+        out, err, status = run("-f", lines)
+        self.assertEqual((20001, 0), (out.count("level 1\n"), status))
+        self.assertRegex(err, "a line is longer than 1048576 bytes and is not run\n.*20002 lines, 1 failed: 20001")
+
     def test_programs_that_handlers_start_print_in_place(self):
         for arguments in ([], ["--color=always"]):
             out = run("-c", "system 'echo between'", "-c", "system 'yes | head -1'", *arguments)[0]
@@ -262,7 +288,7 @@ class Filters(Case):
 
 
 class Display(Case):
-    HOSTILE = "1b5d303b780700800d1b5b324a1b5b33316d72c3a9c29b33316d1b5b6d09fff0288cbc7f0a"
+    HOSTILE = "1b5d303b780700800d1b5b324a1b5b33316d72c3a9c29b33316d1b5b6d09fff0288cbc7fe280aef3a080a10a"
 
     def test_colours_off_removes_sequences(self):
         for arguments, env in ([], None), (["--color=never"], None), ([], {"NO_COLOR": "1"}):
@@ -286,7 +312,7 @@ class Display(Case):
         return shell.before.replace("\r\n", "\n")
 
     def test_nothing_drives_the_terminal(self):
-        shown = r"\x1b]0;x\x07\x00\x80\x0d\x1b[2J%sré\xc2\x9b31m%s" + "\t" + r"\xff\xf0(\x8c\xbc\x7f" + "\n"
+        shown = r"\x1b]0;x\x07\x00\x80\x0d\x1b[2J%sré\xc2\x9b31m%s" + "\t" + r"\xff\xf0(\x8c\xbc\x7f\xe2\x80\xae\xf3\xa0\x80\xa1" + "\n"
         line = ["-c", "show bytes " + self.HOSTILE]
         self.assertIn(shown % ("\x1b[31m", "\x1b[m"), self.screen(*line))
         for arguments, env in (["--color=never"], None), ([], {"NO_COLOR": "1"}), ([], {"TERM": "dumb"}):
@@ -317,6 +343,16 @@ class Display(Case):
                 self.assertEqual(paged, "PAGER BEGINS" in out and "PAGER ENDS" in out)
                 if "100" in str(arguments) and "head" not in str(arguments):
                     self.assertTrue("line 1\n" in out and "line 100\n" in out, out)
+
+    def test_only_a_command_is_paged_and_nothing_while_input_waits(self):
+        pager = self.file("pager", b"#!/bin/sh\necho PAGER BEGINS\ncat\n")
+        os.chmod(pager, 0o755)
+        shell = self.terminal("--color=never", env={"CLI_SHELL_PAGER": pager}, lines=5)
+        for lines in (["zz"], ["show "], ["show lines 9", "level"]):
+            shell.expect("cli> ")
+            shell.send("".join(line + "\r" for line in lines))
+        shell.expect("level 1\r\n.*cli> ")
+        self.assertNotIn("PAGER", shell.before)
 
     def test_leaving_the_pager_early_is_no_loss(self):
         pager = self.file("pager", b"#!/bin/sh\nread line\necho SEEN\n")

@@ -37,7 +37,7 @@ class Preview(Case):
     def test_calls_and_levels(self):
         out, err, status = run("preview", *CAMPUS, text="configure\n%level 15\nconf\nip route 10.0.0.0/8 discard\n"
                                "interface 3\nshutdown\nend\n%level\n%level x\n%nothing\n")
-        self.assertEqual(("", 0), (err, status))
+        self.assertEqual(("cli-shell: standard input: 10 lines, 1 failed: 1\n", 0), (err, status))
         for expected in ("Extra input at end of command at 'configure'", "The level is 15\n",
                          "calls add_route\n  prefix = \"10.0.0.0/8\"\n  target discard = true\n",
                          "calls enter_interface\n  port = 3\n", "calls shut_down\n  / configure interface port = 3\n",

@@ -153,7 +153,7 @@ int replay(cli *engine, const std::string &name, const std::vector<std::string> 
     if (is_comment(line)) continue;
     const std::string wrong = block.apply(line);
     if (wrong.empty()) continue;
-    std::fprintf(stderr, "%s:%d: %s\n", name.c_str(), number, wrong.c_str());
+    report(name + ':' + std::to_string(number) + ": " + wrong);
     ++reported;
   }
   cli_reset_subconfig(engine);

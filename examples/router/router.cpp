@@ -50,6 +50,17 @@ void refuse(cli *engine, const char *format, ...) {
   feed_line(engine, "% " + router_of(engine).refusal);
 }
 
+void report(const std::string &line) {
+  std::string shown;
+  for (const char c : line) {
+    char digits[8] = {c};
+    if (static_cast<unsigned char>(c) < ' ' || static_cast<unsigned char>(c) > '~')
+      std::snprintf(digits, sizeof digits, "\\x%02x", static_cast<unsigned char>(c));
+    shown += digits;
+  }
+  std::fprintf(stderr, "%s\n", shown.c_str());
+}
+
 std::string hash_secret(const std::string &secret) {
   crypt_data data{};
   char salt[CRYPT_GENSALT_OUTPUT_SIZE] = "";

@@ -30,6 +30,9 @@ struct Router {
   Prompt prompt;                                       // as the host preset it
   std::string user{};                                  // who logged in, or ""
   int lines = 24;                                      // "terminal length"
+  // The saved configuration was not applied whole, so that its passwords may be missing: no level is raised without one
+  // and nothing is saved over it, until its password was given or it was erased.
+  bool incomplete = false;
 };
 
 // The state hangs from the engine's context; it is made when it is first asked for.
@@ -41,6 +44,9 @@ void say(cli *engine, const char *format, ...) CLI_PRINTF(2, 3);
 
 // The same for a command that cannot be done; what it says is kept, so that a replay can report it.
 void refuse(cli *engine, const char *format, ...) CLI_PRINTF(2, 3);
+
+// A line on standard error, which may be a terminal: every byte that could drive it is shown as \xNN.
+void report(const std::string &line);
 
 // The secret that an entry keeps as a hash.
 std::string hash_secret(const std::string &secret);

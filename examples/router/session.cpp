@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -61,6 +62,13 @@ int copy_file(cli *engine, const std::string &from, const std::string &to) {
   return report(engine, wrong, "Saved to " + to);
 }
 
+// Whether a startup configuration that was not read whole would be lost; that is said.
+bool keeps_startup(cli *engine) {
+  if (!router_of(engine).incomplete) return false;
+  refuse(engine, "The startup configuration was not read whole; \"erase startup-config\" gives it up");
+  return true;
+}
+
 std::string named_path(cli_node *command) {
   return router::saved_path(router::text_argument(command, "file-name"));
 }
@@ -71,9 +79,12 @@ ROUTER_HANDLER router_enable(cli *engine, cli_node *command) {
   const int64_t level = router::number_argument(command, "level", router::kFullLevel);
   const Entry *lock = router_of(engine).configuration.find("enable secret");
   const bool raises = level > parser_get_privilege(&engine->parser);
-  if (raises && lock != nullptr && !may_pass(command, *lock)) {
+  if (raises && lock == nullptr && router_of(engine).incomplete) {
+    refuse(engine, "The startup configuration was not read whole, and its password is not known");
+  } else if (raises && lock != nullptr && !may_pass(command, *lock)) {
     refuse(engine, "Wrong password");
   } else {
+    if (raises && lock != nullptr) router_of(engine).incomplete = false;
     set_level(engine, level);
   }
   return 0;
@@ -106,11 +117,12 @@ ROUTER_HANDLER router_login(cli *engine, cli_node *command) {
 
 ROUTER_HANDLER router_terminal_length(cli *engine, cli_node *command) {
   router_of(engine).lines = static_cast<int>(router::number_argument(command, "lines", 0));
-  setenv("CLI_SHELL_MORE", router_of(engine).lines == 0 ? "0" : "1", 1);
+  pager_set_window(&engine->pager, router_of(engine).lines, -1);
   return 0;
 }
 
 ROUTER_HANDLER router_save_startup(cli *engine, cli_node * /*command*/) {
+  if (keeps_startup(engine)) return 0;
   return save_running(engine, router::startup_path());
 }
 
@@ -123,11 +135,14 @@ ROUTER_HANDLER router_backup_startup(cli *engine, cli_node *command) {
 }
 
 ROUTER_HANDLER router_restore_file(cli *engine, cli_node *command) {
+  if (keeps_startup(engine)) return 0;
   return copy_file(engine, named_path(command), router::startup_path());
 }
 
 ROUTER_HANDLER router_erase_startup(cli *engine, cli_node * /*command*/) {
-  return report(engine, router::remove_file(router::startup_path()), "Erased " + router::startup_path());
+  const std::string wrong = router::remove_file(router::startup_path());
+  if (wrong.empty()) router_of(engine).incomplete = false;
+  return report(engine, wrong, "Erased " + router::startup_path());
 }
 
 ROUTER_HANDLER router_erase_file(cli *engine, cli_node *command) {
@@ -137,14 +152,16 @@ ROUTER_HANDLER router_erase_file(cli *engine, cli_node *command) {
 void cli_shell_start(cli *engine) {
   router::renew_prompt(engine);
   const std::string path = router::startup_path();
-  if (path.empty() || access(path.c_str(), F_OK) != 0) return;
+  if (path.empty() || (access(path.c_str(), F_OK) != 0 && errno == ENOENT)) return;
   std::string content;
   const std::string wrong = router::read_whole(path, content);
   if (!wrong.empty()) {
-    std::fprintf(stderr, "%s\n", wrong.c_str());
+    router::report(wrong);
+    router_of(engine).incomplete = true;
+    if (parser_get_privilege(&engine->parser) > router::kUserLevel) set_level(engine, router::kUserLevel);
     return;
   }
-  router::replay(engine, path, router::split_lines(content));
+  router_of(engine).incomplete = router::replay(engine, path, router::split_lines(content)) > 0;
   router::renew_prompt(engine);
 }
 

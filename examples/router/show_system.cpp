@@ -81,14 +81,21 @@ std::string options_of(cli_node *command, const Option *begin, const Option *end
   return options;
 }
 
-// Runs a program of the machine and shows what it writes.
+// Runs a program of the machine. What it writes is shown as it comes, unless the host takes all output itself; Ctrl-C
+// is for the program, which then says what it still has to say.
 void run_program(cli *engine, const std::string &program, const std::string &arguments) {
   constexpr int kNotFound = 127;  // as the shell says it
   const std::string found =
       "command -v " + program + " >/dev/null || exit 127; exec " + program + arguments + " </dev/null 2>&1";
-  const int status = pager_feed_popen(&engine->pager, found.c_str());
-  if (WIFEXITED(status) && WEXITSTATUS(status) == kNotFound) {
+  std::fflush(stdout);  // the echo of the line stands before it
+  const int status = engine->write != nullptr ? pager_feed_popen(&engine->pager, found.c_str())
+                                              : std::system(found.c_str());  // NOLINT(cert-env33-c): words are quoted
+  if (status == -1) {
+    router::refuse(engine, "\"%s\" cannot be started", program.c_str());
+  } else if (WIFEXITED(status) && WEXITSTATUS(status) == kNotFound) {
     router::refuse(engine, "This machine has no program \"%s\"", program.c_str());
+  } else if (WIFSIGNALED(status)) {
+    say(engine, "%s", "");  // what was cut short ends its line
   }
 }
 

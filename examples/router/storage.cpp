@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,8 +13,6 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 namespace router {
@@ -49,14 +48,36 @@ void make_folders(const std::string &path) {
   mkdir(path.c_str(), 0700);
 }
 
-// A file under a name of its own, which is removed again unless it took its final name.
+// The file beside the one to be replaced, which it replaces when it is whole. It has one name, so that what a process
+// that was killed left behind is taken over by the next one.
 class TemporaryFile {
  public:
-  explicit TemporaryFile(const std::string &folder)
-      : name_(folder + "/.config.XXXXXX"), descriptor_(mkostemp(name_.data(), O_CLOEXEC)) {}
+  explicit TemporaryFile(const std::string &path)
+      : name_(folder_of(path) + "/." + path.substr(path.rfind('/') + 1) + ".new") {
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    for (;;) {
+      const int descriptor = open(name_.c_str(), kFlags, 0600);
+      if (descriptor < 0) return;
+      struct stat opened {};
+      struct stat named {};
+      const bool is_ours = fstat(descriptor, &opened) == 0 && S_ISREG(opened.st_mode) && opened.st_nlink <= 1 &&
+                           opened.st_uid == geteuid() && flock(descriptor, LOCK_EX | LOCK_NB) == 0 &&
+                           ftruncate(descriptor, 0) == 0;
+      const bool is_named = lstat(name_.c_str(), &named) == 0 && named.st_ino == opened.st_ino;
+      if (is_ours && is_named) {
+        descriptor_ = descriptor;
+        return;
+      }
+      close(descriptor);
+      if (is_ours) continue;  // another process finished with it in the meantime
+      errno = EBUSY;
+      return;
+    }
+  }
   ~TemporaryFile() {
-    if (descriptor_ >= 0) close(descriptor_);
-    if (descriptor_ >= 0 && !renamed_) unlink(name_.c_str());
+    if (descriptor_ < 0) return;
+    if (!renamed_) unlink(name_.c_str());
+    close(descriptor_);
   }
   TemporaryFile(const TemporaryFile &) = delete;
   TemporaryFile &operator=(const TemporaryFile &) = delete;
@@ -79,7 +100,7 @@ class TemporaryFile {
 
  private:
   std::string name_;
-  int descriptor_;
+  int descriptor_ = -1;
   bool renamed_ = false;
 };
 
@@ -135,7 +156,7 @@ std::string write_whole(const std::string &named, const std::string &content) {
   if (stat(path.c_str(), &state) == 0 && !S_ISREG(state.st_mode)) return path + ": Not a regular file";
   const std::string folder = folder_of(path);
   make_folders(folder);
-  TemporaryFile file(folder);
+  TemporaryFile file(path);
   if (!file.is_open()) return reason(folder);
   if (!file.write_all(content) || !file.rename_to(path) || !sync_folder(folder)) return reason(path);
   return {};
@@ -145,10 +166,17 @@ std::string read_whole(const std::string &path, std::string &content) {
   struct stat state {};
   if (stat(path.c_str(), &state) != 0) return reason(path);
   if (!S_ISREG(state.st_mode)) return path + ": Not a regular file";
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return reason(path);
-  content.assign(std::istreambuf_iterator<char>(file), {});
-  return file.bad() ? reason(path) : "";
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) return reason(path);
+  content.clear();
+  std::string wrong;
+  char block[65536];
+  ssize_t count = 0;
+  while ((count = read(descriptor, block, sizeof block)) > 0 || (count < 0 && errno == EINTR))
+    if (count > 0) content.append(block, static_cast<size_t>(count));
+  if (count < 0) wrong = reason(path);
+  close(descriptor);
+  return wrong;
 }
 
 std::string remove_file(const std::string &path) {
