@@ -84,12 +84,12 @@ inline int leave_all_modes(cli *engine, cli_node *) {
 
 class Engine {
  public:
-  explicit Engine(const std::string &definitions, const std::string &privileges = "null") {
+  explicit Engine(const std::string &definitions, const std::string &privileges = "null")
+      : Engine(json(definitions).get(), json(privileges).get()) {}
+  Engine(json_t *definitions, json_t *privileges) {
     engine_.exit_handler = leave_mode;
     engine_.end_handler = leave_all_modes;
-    const Json document = json(definitions);
-    const Json table = json(privileges);
-    EXPECT_EQ(cli_init(&engine_, types_, document.get(), nullptr, table.get()), &engine_);
+    EXPECT_EQ(cli_init(&engine_, types_, definitions, nullptr, privileges), &engine_);
   }
   Engine(const Engine &) = delete;
   Engine &operator=(const Engine &) = delete;

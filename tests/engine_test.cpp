@@ -57,7 +57,7 @@ const std::string kLanguage = R"({
       'unit': {'#help': 'A unit', '#prompt': 'unit'}}}
 })";
 
-// What random sessions show in model_test, here once for the reader; and values of types that those have not.
+// What random sessions show in conformance_test, here once for the reader; and values of types that those have not.
 TEST(Engine, Screens) {
   Engine engine(kLanguage);
   const std::string top =
