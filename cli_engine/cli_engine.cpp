@@ -82,6 +82,9 @@ void cli_unload_commands(cli *engine) {
     tok->node = nullptr;
   }
   cli_engine::forget_nodes(engine->parser);
+  if (cli_engine::EngineState *const state = cli_engine::state_of(engine)) {
+    state->outcome.node = nullptr;
+  }
   cli_engine::node_free(&engine->root);
 }
 

@@ -118,7 +118,8 @@ CLI_API void cli_unload_commands(cli *engine);
 
 /* ---- Lines ---- */
 
-/* Executes a line: runs a handler, enters a mode, or says why not and what may follow. */
+/* Executes a line: runs a handler, enters a mode, or says why not and what may follow. A null line, an engine that is
+ * not up or busy, and a call from inside a handler do nothing; cli_run tells more, and cli_last_outcome afterwards. */
 CLI_API void cli_execute(cli *engine, const char *line);
 
 /* Prints what may follow the line, or complete its last word, with help texts. */
@@ -131,7 +132,8 @@ CLI_API void cli_autocomplete(cli *engine, const char *line, int cursor, json_t 
 
 /* ---- Modes and prompts ---- */
 
-/* Enters the mode `node`, with the present line as the one that led there. Called by cli_execute. */
+/* Enters the mode `node`, with the present line as the one that led there. Called by cli_execute. A mode that is open
+ * already, and a node that is no mode of the engine's language, change nothing. */
 CLI_API void cli_push_subconfig(cli *engine, cli_node *node);
 
 /* Leaves the innermost mode; nothing happens at the top level. */

@@ -133,9 +133,10 @@ void dump_node(cli *engine, const cli_node &node, DynString &buffer, DynString &
 }  // namespace
 
 void cli_debug_dump(cli *engine) {
-  if (cli_engine::EngineState *const state = cli_engine::state_of(engine)) {
-    state->output.begin();
+  if (engine == nullptr) {
+    return;
   }
+  cli_engine::begin_output(engine);
   const libglobal::DynStringOwner buffer{dyn_string_new()};
   const libglobal::DynStringOwner lines{dyn_string_new()};
   dump_node(engine, engine->root, *buffer, *lines);

@@ -6,13 +6,39 @@
 
 namespace cli_engine {
 
+// How far the present command's handler has put its end off.
+enum class Deferral : std::uint8_t {
+  kImpossible,  // no command's handler runs
+  kPossible,    // one runs
+  kDeferred,    // it called cli_defer
+  kFinished,    // and then cli_finish
+  kPending      // it returned after cli_defer
+};
+
 struct EngineState {
   Output output{};
+  bool busy = false;  // a line or a text is being run
+  Deferral deferral = Deferral::kImpossible;
+  std::int32_t finish_result = 0;  // what cli_finish was given before the handler returned
+  cli_outcome outcome{};           // of the last line
 };
 
 // Null for an engine that is not up.
 inline EngineState *state_of(const cli *engine) {
   return static_cast<EngineState *>(engine->internal);
+}
+
+// The state of an engine that answers calls; null for a null engine and one that is not up.
+inline EngineState *state_if_up(const cli *engine) {
+  return engine == nullptr || engine->initialized == 0 ? nullptr : state_of(engine);
+}
+
+// What is printed from here on belongs to a call of the host's, unless it is made while a line is on its way.
+inline void begin_output(const cli *engine) {
+  EngineState *const state = state_of(engine);
+  if (state != nullptr && !state->busy && state->deferral != Deferral::kPending) {
+    state->output.begin();
+  }
 }
 
 // Makes and releases it.

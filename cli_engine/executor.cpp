@@ -40,33 +40,72 @@ void echo_line(cli *engine) {
   write_out(engine, echo);
 }
 
-void run_command(cli *engine, cli_node *command) {
+// Leaves the modes around which the command was found; behind "do" none is left. False when that mode is not open.
+bool leave_modes_for_command(cli *engine) {
+  if (engine->parser.root == engine->current) [[likely]] {
+    return true;
+  }
   const token *const first = first_token(&engine->tokenizer);
-  if ((engine->flags & CLI_NO_ECHO) == 0) {
-    echo_line(engine);
-  }
-  if (engine->parser.root != engine->current) {
-    libglobal::require(first != nullptr && first->node != nullptr, "first_node", kSource, __func__);
-    const cli_node &word = *first->node;
-    const bool is_do = word.type == TYPE_WORD && word.word.link != nullptr;
-    if (!is_do && !leave_modes_to(engine, engine->parser.root)) {
-      return;
-    }
-  }
-  pager_clear(&engine->pager);
-  command->subconfig.handler(engine, command);
-  pager_show(&engine->pager);
+  libglobal::require(first != nullptr && first->node != nullptr, "first_node", kSource, "run_command");
+  const cli_node &word = *first->node;
+  const bool is_do = word.type == TYPE_WORD && word.word.link != nullptr;
+  return is_do || leave_modes_to(engine, engine->parser.root);
 }
 
-void enter_mode(cli *engine, cli_node *mode) {
-  if (mode->subconfig.handler != nullptr && mode->subconfig.handler(engine, mode) != 0) {
+void call_handler(cli *engine, EngineState &state, cli_node *command) {
+  pager_clear(&engine->pager);
+  state.deferral = Deferral::kPossible;
+  int result = command->subconfig.handler(engine, command);
+  const Deferral deferral = state.deferral;
+  if (deferral == Deferral::kDeferred) {
+    state.deferral = Deferral::kPending;
+    state.outcome.kind = CLI_PENDING;
+    state.outcome.result = result;
+    state.outcome.interrupted = state.output.was_interrupted() ? 1 : 0;
     return;
+  }
+  state.deferral = Deferral::kImpossible;
+  if (deferral == Deferral::kFinished) {
+    result = state.finish_result;
+  }
+  end_command(engine, state, result);
+}
+
+void run_command(cli *engine, EngineState &state, cli_node *command, unsigned options) {
+  const bool dry = (options & CLI_DRY_RUN) != 0;
+  if (!dry && (engine->flags & CLI_NO_ECHO) == 0) {
+    echo_line(engine);
+  }
+  if (!leave_modes_for_command(engine)) {
+    state.outcome.kind = CLI_FAILED;
+    return;
+  }
+  if (!dry) {
+    call_handler(engine, state, command);
+    return;
+  }
+  state.outcome.kind = CLI_RAN;
+  if (is_way_out(*command, "exit")) {
+    cli_pop_subconfig(engine);
+  } else if (is_way_out(*command, "end")) {
+    cli_reset_subconfig(engine);
+  }
+}
+
+void enter_mode(cli *engine, cli_outcome &outcome, cli_node *mode, unsigned options) {
+  outcome.kind = CLI_REFUSED;
+  if ((options & CLI_DRY_RUN) == 0 && mode->subconfig.handler != nullptr) {
+    outcome.result = mode->subconfig.handler(engine, mode);
+    if (outcome.result != 0) {
+      return;
+    }
   }
   if (!leave_modes_to(engine, cli_get_parent_subconfig(mode))) {
     return;
   }
   cli_push_subconfig(engine, mode);
   parser_set_root(&engine->parser, engine->current);
+  outcome.kind = CLI_ENTERED;
 }
 
 // The name of the node at which matching failed, or of the nearest one around it that has a name.
@@ -116,9 +155,7 @@ void list_available(cli *engine, DynString &text) {
 }  // namespace
 
 cli_node *parse_line(cli *engine, const char *line, int cursor) {
-  if (EngineState *const state = state_of(engine)) {
-    state->output.begin();
-  }
+  begin_output(engine);
   tokenizer_run(&engine->tokenizer, line, cursor);
   parser_set_root(&engine->parser, engine->current);
   parser_error &error = state_of(engine->parser).error;
@@ -126,26 +163,51 @@ cli_node *parse_line(cli *engine, const char *line, int cursor) {
   return parser_run(&engine->parser, &engine->tokenizer, nullptr);
 }
 
-}  // namespace cli_engine
-
-void cli_execute(cli *engine, const char *line) {
-  if (*line == '!' || *line == '#') {
+void perform(cli *engine, EngineState &state, const char *line, cli_node *selected, unsigned options) {
+  cli_outcome &outcome = state.outcome;
+  outcome.errcode = engine->parser.error->errcode;
+  outcome.node = selected;
+  if (is_command(selected)) {
+    run_command(engine, state, selected, options);
     return;
   }
-  cli_node *selected = cli_engine::parse_line(engine, line, -1);
-  if (selected != nullptr && selected->type == TYPE_COMMAND && selected->parent != nullptr) {
-    cli_engine::run_command(engine, selected);
-    return;
-  }
-  const bool failed = selected == nullptr || (selected->type != TYPE_WORD && engine->parser.error->errcode != E_OK);
+  const bool failed = selected == nullptr || (selected->type != TYPE_WORD && outcome.errcode != E_OK);
   if (!failed && selected->type == TYPE_SUBCONFIG && selected->parent != nullptr) {
-    cli_engine::enter_mode(engine, selected);
+    enter_mode(engine, outcome, selected, options);
     return;
   }
-  DynString &text = *cli_engine::state_of(engine->parser).text;
-  libglobal::clear(text);
+  outcome.kind = failed ? CLI_FAILED : CLI_LISTED;
   if (failed) {
-    cli_engine::describe_error(engine, text);
+    outcome.node = engine->parser.error->node;
+    blame(*engine, line, outcome);
   }
-  cli_engine::list_available(engine, text);
+  if ((options & CLI_DRY_RUN) == 0) {
+    DynString &text = *state_of(engine->parser).text;
+    libglobal::clear(text);
+    if (failed) {
+      describe_error(engine, text);
+    }
+    list_available(engine, text);
+    outcome.interrupted = state.output.was_interrupted() ? 1 : 0;
+  }
 }
+
+void end_command(cli *engine, EngineState &state, int result) {
+  pager_show(&engine->pager);
+  state.outcome.kind = CLI_RAN;
+  state.outcome.result = result;
+  state.outcome.interrupted = state.output.was_interrupted() ? 1 : 0;
+}
+
+void run_line(cli *engine, EngineState &state, const char *line, unsigned options) {
+  state.outcome = {};
+  if (is_comment(line, options)) {
+    return;
+  }
+  cli_node *const selected = parse_line(engine, line, -1);
+  state.busy = true;
+  perform(engine, state, line, selected, options);
+  state.busy = false;
+}
+
+}  // namespace cli_engine

@@ -5,7 +5,8 @@
 #include <string_view>
 
 #include "cli_engine/display.hpp"
-#include "cli_engine/output.hpp"
+#include "cli_engine/engine_state.hpp"
+#include "cli_engine/node.hpp"
 #include "libglobal/dyn_string.hpp"
 #include "libglobal/ptr_vector.hpp"
 
@@ -17,6 +18,44 @@ inline constexpr std::string_view kReset = "\033[m";
 
 // Tokenizes a line and parses it from the present mode into the parser's own error record.
 cli_node *parse_line(cli *engine, const char *line, int cursor);
+
+// Whether no further line may be run now.
+inline bool is_busy(const EngineState &state) {
+  return state.busy || state.deferral == Deferral::kPending;
+}
+
+// Whether a line is a comment: with CLI_CONFIG among the options, blank and indented ones are too.
+inline bool is_comment(const char *line, unsigned options) {
+  if ((options & CLI_CONFIG) != 0) {
+    while (*line == ' ' || (*line >= '\t' && *line <= '\r')) {
+      line++;
+    }
+    if (*line == '\0') {
+      return true;
+    }
+  }
+  return *line == '!' || *line == '#';
+}
+
+// Whether a node is a command with a handler.
+bool is_command(const cli_node *node);
+
+// Whether a command is called that and stands directly in a mode, as the built-in "exit" and "end" do.
+inline bool is_way_out(const cli_node &command, std::string_view name) {
+  return is_mode(command.parent) && same_name(name_of(command), name);
+}
+
+// Runs a line in an engine that is not busy and leaves its outcome in the state.
+void run_line(cli *engine, EngineState &state, const char *line, unsigned options);
+
+// The part of it behind the parse, which selected the node; the outcome is empty before.
+void perform(cli *engine, EngineState &state, const char *line, cli_node *selected, unsigned options);
+
+// Shows what the command fed and completes its outcome.
+void end_command(cli *engine, EngineState &state, int result);
+
+// Finds what the parser's error blames in the line as it was typed.
+void blame(const cli &engine, std::string_view line, cli_outcome &outcome);
 
 // A table is written in pieces of about so many bytes.
 inline constexpr std::size_t kWrittenAtOnce = 1024;

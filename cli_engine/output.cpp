@@ -31,10 +31,3 @@ void write_out(cli *engine, DynString &text) {
 }
 
 }  // namespace cli_engine
-
-void cli_interrupt(cli *engine) {
-  cli_engine::EngineState *const state = engine == nullptr ? nullptr : cli_engine::state_of(engine);
-  if (state != nullptr) {
-    state->output.interrupts.fetch_add(1, std::memory_order_relaxed);
-  }
-}

@@ -30,9 +30,10 @@ struct Output {
     interrupts.store(0, std::memory_order_relaxed);
   }
   [[nodiscard]] bool is_cut() const { return refused || interrupts.load(std::memory_order_relaxed) != answered; }
-  [[nodiscard]] bool was_interrupted() const {
-    return refused || signalled || interrupts.load(std::memory_order_relaxed) != 0;
-  }
+  [[nodiscard]] bool was_interrupted() const { return refused || is_interrupted(); }
+
+  // By the user, whether output was lost or not.
+  [[nodiscard]] bool is_interrupted() const { return signalled || interrupts.load(std::memory_order_relaxed) != 0; }
 };
 
 static_assert(std::atomic<unsigned>::is_always_lock_free, "cli_interrupt is called from signal handlers");

@@ -2,6 +2,7 @@
 // and aliases; then the listing of what may follow.
 #include "cli_engine/parser.hpp"
 
+#include <cstdint>
 #include <cstdlib>
 
 #include "cli_engine/node.hpp"
@@ -239,6 +240,7 @@ class Run {
   cli_node *expand(cli_node *alias, cli_node *node) {
     expansions_++;
     token *const old = p_.current_token;
+    note_alias(old);
     if (p_.error->token == old) {
       p_.error->token = nullptr;  // blamed by a group that was given up; its record is about to be released
     }
@@ -247,6 +249,17 @@ class Run {
     p_.current_token = t_.stop_at_cursor != 0 && next == t_.cursor_token ? nullptr : next;
     p_.error->line = t_.buffer;  // where the first token stands, wherever the buffer was moved
     return node;
+  }
+
+  // Every word behind an alias was typed, or belongs to the alias that this one came from: the fewest are the typed
+  // ones.
+  void note_alias(const token *alias) {
+    std::size_t behind = 0;
+    for (const token *tok = alias->next; tok != nullptr; tok = tok->next) {
+      behind++;
+    }
+    std::size_t &fewest = state_of(p_).behind_alias;
+    fewest = behind < fewest ? behind : fewest;
   }
 
   cli_node *take_word(cli_node *word, cli_node *node) {
@@ -294,6 +307,7 @@ class Run {
 
 void reset(parser &p, parser_error *error) {
   p.collect = 0;
+  state_of(p).behind_alias = SIZE_MAX;
   p.error = error != nullptr ? error : &state_of(p).error;
   p.current_node = p.root;
   p.current_token = nullptr;

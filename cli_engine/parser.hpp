@@ -14,12 +14,14 @@ namespace cli_engine {
 inline constexpr const char *kParserSource = "cli_engine/parser";
 inline constexpr const char *kLookupSource = "cli_engine/parser_lookup";
 
-// What `parser.internal` points at: the record for callers that bring none, and strings and vectors that executing,
-// helping and completing reuse from line to line.
+// What `parser.internal` points at: the record for callers that bring none, strings and vectors that executing, helping
+// and completing reuse from line to line, and how many of the line's words stand behind the last one that was an alias
+// (the most there can be while there is none).
 struct ParserState {
   parser_error error;
   DynString *text;
   PtrVector *nodes;
+  std::size_t behind_alias;
 };
 
 inline ParserState &state_of(parser &p) {

@@ -68,6 +68,10 @@ std::size_t copy_block(char *to, const char *from) {
   return first_marked((below | backslashes) & (0x80 * kOnes));
 }
 
+// A line longer than this is unusual: the next one that is not gives its memory back, but for so many records.
+constexpr std::uint32_t kKeptBytes = 16 * 1024;
+constexpr std::size_t kKeptRecords = 1024;
+
 // The bytes that end a run of ordinary text.
 constexpr std::uint8_t kStopsOutside = kBlank | kQuote | kEscape;
 constexpr std::uint8_t kStopsInQuotes = kQuote | kEscape;
@@ -192,6 +196,15 @@ class Scanner {
   char quote_ = '\0';         // the quote that is open
 };
 
+// The texts from tok to the end of the walk.
+std::size_t text_bytes(const token *tok) {
+  std::size_t size = 0;
+  for (; tok != nullptr; tok = next_token(tok)) {
+    size += std::size_t{tok->len} + 1;
+  }
+  return size;
+}
+
 // The texts from tok to the end of the list, whether a walk goes that far or not.
 std::size_t text_size(const token *tok) {
   std::size_t size = 0;
@@ -209,15 +222,48 @@ void place_texts(token *tok, char *text) {
   }
 }
 
-void free_records(const token_list &list) {
-  for (token *tok = list.first; tok != nullptr;) {
+void free_records(token *first) {
+  for (token *tok = first; tok != nullptr;) {
     token *const next = tok->next;
     std::free(tok);
     tok = next;
   }
 }
 
+// Gives back what an unusually long line took.
+void shrink(tokenizer *t) {
+  token **link = &t->pool.first;
+  for (std::size_t kept = 0; *link != nullptr && kept < kKeptRecords; kept++) {
+    link = &(*link)->next;
+  }
+  free_records(*link);
+  *link = nullptr;
+  t->pool.last_link = link;
+  std::free(t->buffer);
+  t->buffer = nullptr;
+  t->capacity = 0;
+}
+
 }  // namespace
+
+namespace cli_engine {
+
+void copy_tokens(tokenizer *t, const token *first, token_list &dst) {
+  libglobal::make_empty(dst);
+  if (first == nullptr || first->text == nullptr) {
+    return;
+  }
+  const std::size_t size = text_bytes(first);
+  auto *const block = static_cast<char *>(libglobal::xmemdup(first->text, size, LIBGLOBAL_CALLER(kSource)));
+  for (const token *from = first; from != nullptr; from = next_token(from)) {
+    token *const copy = token_alloc(t);
+    *copy = *from;
+    copy->text = block + (from->text - first->text);
+    libglobal::link_last(dst, copy);
+  }
+}
+
+}  // namespace cli_engine
 
 void tokenizer_open(tokenizer *t) {
   *t = {};
@@ -227,11 +273,14 @@ void tokenizer_open(tokenizer *t) {
 
 void tokenizer_run(tokenizer *t, const char *line, int cursor) {
   const std::size_t length = line == nullptr ? 0 : std::strlen(line);
+  libglobal::join(t->pool, t->tokens);
+  t->cursor_token = nullptr;
+  if (t->capacity > kKeptBytes && length < kKeptBytes / 2) [[unlikely]] {
+    shrink(t);
+  }
   if (line != nullptr && t->capacity < length + 1) {
     tokenizer_realloc(t, length + 1);
   }
-  libglobal::join(t->pool, t->tokens);
-  t->cursor_token = nullptr;
   if (line == nullptr) {
     return;
   }
@@ -249,30 +298,20 @@ void tokenizer_run(tokenizer *t, const char *line, int cursor) {
 }
 
 void tokenizer_copy_list(tokenizer *t, token_list *dst) {
-  libglobal::make_empty(*dst);
-  const token *const first = first_token(t);
-  if (first == nullptr || first->text == nullptr) {
-    return;
-  }
-  const std::size_t size = token_list_size(t->tokens.first);
-  auto *const block = static_cast<char *>(libglobal::xmemdup(first->text, size, LIBGLOBAL_CALLER(kSource)));
-  for (const token *from = first; from != nullptr; from = next_token(from)) {
-    token *const copy = token_alloc(t);
-    *copy = *from;
-    copy->text = block + (from->text - first->text);
-    libglobal::link_last(*dst, copy);
-  }
+  cli_engine::copy_tokens(t, first_token(t), *dst);
 }
 
 void tokenizer_destroy_list(token_list *list) {
   if (list->first != nullptr) {
     std::free(list->first->text);
   }
-  for (token *tok = list->first; tok != nullptr;) {
+  token *tok = list->first;
+  for (std::size_t kept = 0; tok != nullptr && kept < kKeptRecords; kept++) {
     token *const next = tok->next;
     token_release(tok);
     tok = next;
   }
+  free_records(tok);
   libglobal::make_empty(*list);
 }
 
@@ -316,8 +355,8 @@ token *tokenizer_replace(tokenizer *t, token_list *replacement, token *old) {
 }
 
 void tokenizer_close(tokenizer *t) {
-  free_records(t->tokens);
-  free_records(t->pool);
+  free_records(t->tokens.first);
+  free_records(t->pool.first);
   std::free(t->buffer);
   tokenizer_open(t);
 }
@@ -331,9 +370,5 @@ token *token_next(token *tok) {
 }
 
 size_t token_list_size(token *tok) {
-  std::size_t size = 0;
-  for (const token *at = tok; at != nullptr; at = next_token(at)) {
-    size += std::size_t{at->len} + 1;
-  }
-  return size;
+  return text_bytes(tok);
 }

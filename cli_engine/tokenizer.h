@@ -5,6 +5,7 @@
  * of quotes is an empty word. An open quote runs to the end of the line, a trailing backslash is dropped.
  *
  * The texts of the present words lie in one buffer that the tokenizer owns and reuses; the records come from a pool.
+ * What a line of more than 16 KiB took is given back with the next shorter one, when the lists copied from it are gone.
  * Both stay valid until the next tokenizer_run, tokenizer_replace or tokenizer_close. */
 #ifndef CLI_ENGINE_TOKENIZER_H
 #define CLI_ENGINE_TOKENIZER_H

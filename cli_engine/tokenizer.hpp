@@ -21,6 +21,9 @@ inline token *next_token(const token *tok) {
   return t->stop_at_cursor != 0 && tok->next == t->cursor_token ? nullptr : tok->next;
 }
 
+// Makes dst an independent copy of the walk that begins with `first`, its texts in one block.
+void copy_tokens(tokenizer *t, const token *first, token_list &dst);
+
 }  // namespace cli_engine
 
 #endif

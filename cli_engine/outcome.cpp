@@ -1,0 +1,139 @@
+// What became of a line, for hosts: running and parsing lines, deferring, finishing and interrupting them.
+#include "cli_engine/outcome.h"
+
+#include <algorithm>
+
+#include "cli_engine/engine_state.hpp"
+#include "cli_engine/line.hpp"
+#include "cli_engine/node.hpp"
+#include "cli_engine/parser.hpp"
+#include "cli_engine/tokenizer.hpp"
+#include "cli_engine/typed_line.hpp"
+
+namespace cli_engine {
+namespace {
+
+// The number of tokens behind the blamed one that were typed: those of an alias that it came from are not.
+std::size_t typed_words_behind(const cli &engine, const token *blamed) {
+  std::size_t behind = 0;
+  for (const token *tok = blamed->next; tok != nullptr; tok = tok->next) {
+    behind++;
+  }
+  return std::min(behind, state_of(const_cast<parser &>(engine.parser)).behind_alias);
+}
+
+}  // namespace
+
+void blame(const cli &engine, std::string_view line, cli_outcome &outcome) {
+  const token *const blamed = engine.parser.error->token;
+  outcome.column = line.size();
+  if (blamed == nullptr) {
+    return;
+  }
+  const std::size_t behind = typed_words_behind(engine, blamed);
+  std::size_t count = 0;
+  for_each_typed_word(line, [&count](std::size_t, TypedWord) {
+    count++;
+    return true;
+  });
+  for_each_typed_word(line, [&](std::size_t index, TypedWord word) {
+    if (index + behind + 1 != count) {
+      return true;
+    }
+    outcome.column = word.column;
+    outcome.length = word.length;
+    return false;
+  });
+}
+
+bool is_command(const cli_node *node) {
+  return node != nullptr && node->type == TYPE_COMMAND && node->parent != nullptr;
+}
+
+}  // namespace cli_engine
+
+using cli_engine::Deferral;
+using cli_engine::EngineState;
+using cli_engine::state_if_up;
+
+int cli_run(cli *engine, const char *line, unsigned options, cli_outcome *outcome) {
+  cli_outcome unanswered = {};
+  unanswered.kind = CLI_FAILED;
+  const cli_outcome *result = &unanswered;
+  EngineState *const state = state_if_up(engine);
+  if (state != nullptr && line != nullptr) {
+    if (cli_engine::is_busy(*state)) {
+      unanswered.kind = CLI_BUSY;
+    } else {
+      cli_engine::run_line(engine, *state, line, options);
+      result = &state->outcome;
+    }
+  }
+  if (outcome != nullptr) {
+    *outcome = *result;
+  }
+  return result->kind == CLI_FAILED || result->kind == CLI_BUSY ? -1 : 0;
+}
+
+void cli_execute(cli *engine, const char *line) {
+  EngineState *const state = state_if_up(engine);
+  if (state != nullptr && line != nullptr && !cli_engine::is_busy(*state)) {
+    cli_engine::run_line(engine, *state, line, 0);
+  }
+}
+
+const cli_outcome *cli_last_outcome(const cli *engine) {
+  const EngineState *const state = state_if_up(engine);
+  return state == nullptr ? nullptr : &state->outcome;
+}
+
+cli_node *cli_parse(cli *engine, const char *line, parser_error **error) {
+  if (error != nullptr) {
+    *error = nullptr;
+  }
+  EngineState *const state = state_if_up(engine);
+  if (state == nullptr || line == nullptr || state->busy) {
+    return nullptr;
+  }
+  const bool comment = cli_engine::is_comment(line, 0);
+  cli_node *const selected = cli_engine::parse_line(engine, comment ? nullptr : line, -1);
+  if (comment) {
+    engine->parser.error->errcode = E_OK;
+  }
+  if (error != nullptr) {
+    *error = engine->parser.error;
+  }
+  return selected;
+}
+
+int cli_is_command(const cli_node *node) {
+  return cli_engine::is_command(node) ? 1 : 0;
+}
+
+void cli_defer(cli *engine) {
+  EngineState *const state = state_if_up(engine);
+  if (state != nullptr && state->deferral == Deferral::kPossible) {
+    state->deferral = Deferral::kDeferred;
+  }
+}
+
+void cli_finish(cli *engine, int result) {
+  EngineState *const state = state_if_up(engine);
+  if (state == nullptr) {
+    return;
+  }
+  if (state->deferral == Deferral::kDeferred) {
+    state->deferral = Deferral::kFinished;
+    state->finish_result = result;
+  } else if (state->deferral == Deferral::kPending) {
+    state->deferral = Deferral::kImpossible;
+    cli_engine::end_command(engine, *state, result);
+  }
+}
+
+void cli_interrupt(cli *engine) {
+  EngineState *const state = engine == nullptr ? nullptr : cli_engine::state_of(engine);
+  if (state != nullptr) {
+    state->output.interrupts.fetch_add(1, std::memory_order_relaxed);
+  }
+}
