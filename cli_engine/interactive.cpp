@@ -6,6 +6,8 @@
 #include "cli_engine/line.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/parser.hpp"
+#include "cli_engine/partial_line.hpp"
+#include "cli_engine/words.hpp"
 #include "libglobal/report.hpp"
 
 namespace cli_engine {
@@ -15,56 +17,10 @@ constexpr const char *kSource = "cli_engine/interactive";
 constexpr const char *kUnrecognized = "% Unrecognized input\n";
 constexpr std::size_t kScreenWidth = 80;
 
-bool is_blank(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-// A line as far as it was typed. While its last word is being typed, walks over the tokens end before that word.
-class PartialLine {
- public:
-  PartialLine(cli *engine, const char *line) : engine_(engine) {
-    const std::size_t length = line == nullptr ? 0 : std::strlen(line);
-    partial_ = length == 0 || !is_blank(line[length - 1]);
-    engine->tokenizer.stop_at_cursor = partial_ ? 1 : 0;
-    selected_ = parse_line(engine, line, static_cast<int>(length));
-  }
-  PartialLine(const PartialLine &) = delete;
-  PartialLine &operator=(const PartialLine &) = delete;
-  ~PartialLine() { engine_->tokenizer.stop_at_cursor = 0; }
-
-  [[nodiscard]] bool is_partial() const { return partial_; }
-  [[nodiscard]] int error() const { return engine_->parser.error->errcode; }
-
-  // The node that the words before select; null when they do not make a line.
-  [[nodiscard]] const cli_node *selected() const { return selected_; }
-
-  // The word that holds the cursor, or null.
-  [[nodiscard]] const token *word() const { return engine_->tokenizer.cursor_token; }
-
-  [[nodiscard]] std::string_view prefix() const { return word() == nullptr ? std::string_view{} : text_of(*word()); }
-
-  // What may follow. Only words that begin with the prefix are among it: others could not be shown.
-  PtrVector &available() {
-    PtrVector &nodes = *state_of(engine_->parser).nodes;
-    get_available_nodes(engine_->parser, &nodes, prefix());
-    return nodes;
-  }
-
- private:
-  cli *engine_;
-  bool partial_;
-  cli_node *selected_;
-};
-
-bool may_become_value(const cli_node &value, const token &word) {
-  return validator_match_partial(&value.value.validator, word.text, word.len) != 0;
-}
-
-bool is_helpful(const cli_node &node, const token *word) {
-  if (word == nullptr) {
-    return node.type != TYPE_ALIAS;
-  }
-  return node.type == TYPE_VALUE ? may_become_value(node, *word) : begins_with(name_of(node), text_of(*word));
+// The last word counts as being typed unless a blank stands behind it.
+PartialLine parse_partial(cli *engine, const char *line) {
+  const std::size_t length = line == nullptr ? 0 : std::strlen(line);
+  return {engine, line, length, length == 0 || !is_blank(line[length - 1])};
 }
 
 void keep_helpful(PtrVector &nodes, const token *word) {
@@ -90,7 +46,7 @@ void append_wrapped_lines(DynString &text, std::size_t width) {
 }
 
 void help(cli *engine, const char *line) {
-  PartialLine partial(engine, line);
+  const PartialLine partial = parse_partial(engine, line);
   if (partial.error() != E_OK && partial.error() != E_INCOMPLETE) {
     write_out(engine, std::string_view{kUnrecognized});
     return;
@@ -185,7 +141,7 @@ void complete(const PtrVector &nodes, const token *word, Completions &completion
 }
 
 void autocomplete(cli *engine, const char *line, json_t *result) {
-  PartialLine partial(engine, line);
+  const PartialLine partial = parse_partial(engine, line);
   const cli_node *selected = partial.selected();
   if (!partial.is_partial()) {
     const bool is_command = selected != nullptr && selected->type == TYPE_COMMAND && selected->parent != nullptr;

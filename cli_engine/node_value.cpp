@@ -1,30 +1,33 @@
-#include "cli_engine/cli_engine.h"
+#include "cli_engine/node_value.hpp"
+
 #include "cli_engine/matchers.hpp"
 #include "libglobal/strnto.h"
 
-namespace {
+namespace cli_engine {
 
 std::string_view given_text(const validator &v, const token &given) {
   const std::string_view text{given.text, given.len};
-  return (v.flags & VALIDATOR_ENUM) != 0 ? cli_engine::enum_text(v.enum_array, text).text : text;
+  return (v.flags & VALIDATOR_ENUM) != 0 ? enum_text(v.enum_array, text).text : text;
 }
 
-// A text that the matcher did not accept as a number counts as 0.
-json_t *convert(const validator &v, std::string_view text) {
-  switch (v.type->basetype) {
-    case BASETYPE_INT: {
-      int32_t number = 0;
-      strntol(text.data(), text.size(), v.base, &number);
-      return json_integer(number);
-    }
-    case BASETYPE_UINT: {
-      uint32_t number = 0;
-      strntoul(text.data(), text.size(), v.base, &number);
-      return json_integer(number);
-    }
-    default:
-      return json_stringn(text.data(), text.size());  // null when it is not UTF-8
+std::int64_t number_of(const validator &v, std::string_view text) {
+  if (v.type->basetype == BASETYPE_INT) {
+    std::int32_t number = 0;
+    strntol(text.data(), text.size(), v.base, &number);
+    return number;
   }
+  std::uint32_t number = 0;
+  strntoul(text.data(), text.size(), v.base, &number);
+  return number;
+}
+
+namespace {
+
+json_t *convert(const validator &v, std::string_view text) {
+  if (v.type->basetype == BASETYPE_INT || v.type->basetype == BASETYPE_UINT) {
+    return json_integer(number_of(v, text));
+  }
+  return json_stringn(text.data(), text.size());  // null when it is not UTF-8
 }
 
 json_t *value_of(const validator &v, const token &given) {
@@ -34,6 +37,7 @@ json_t *value_of(const validator &v, const token &given) {
 }
 
 }  // namespace
+}  // namespace cli_engine
 
 json_t *cli_node_value(cli_node *node) {
   if (node == nullptr) {
@@ -46,7 +50,7 @@ json_t *cli_node_value(cli_node *node) {
     return nullptr;
   }
   if (node->value.value == nullptr) {
-    node->value.value = value_of(node->value.validator, *node->token);
+    node->value.value = cli_engine::value_of(node->value.validator, *node->token);
   }
   return node->value.value;
 }

@@ -7,6 +7,7 @@
 #ifndef CLI_ENGINE_TABLE_H
 #define CLI_ENGINE_TABLE_H
 
+#include <jansson.h>
 #include <stdint.h>
 
 #include "cli_engine/pager.h"
@@ -169,6 +170,13 @@ CLI_API const char *cell_get_line(const content *cell, int line);
 
 /* Draws the table into the pager, from the present line on; the header only when with_header is nonzero. */
 CLI_API void table_print(table *t, pager *p, int with_header);
+
+/* The table as data, a new reference: an array of an object for each row as shown, with a string for each column. Its
+ * name is the text of the column's header, or the column's number, counted from 1, where the header is empty; a name
+ * that an earlier column has gets the number behind it ("state", "state (3)"). Where a row of the table has a label,
+ * all have a "label" first. Lines of a cell are joined by "\n"; colours are left out, hidden columns are not; a byte
+ * that belongs to no UTF-8 character becomes U+FFFD. Null for a null table. */
+CLI_API json_t *table_to_json(const table *t);
 
 /* A new, empty group, owned by the caller. */
 CLI_API table_group *table_group_new(void);
