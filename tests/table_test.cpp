@@ -457,6 +457,42 @@ TEST(TableDrawing, BeginsInThePresentLineAndTotalsReplaceIt) {
 
 // Groups
 
+TEST(TableData, EveryColumnOfARowIsAMember) {
+  struct Case {
+    Row header;
+    const char *label;
+    Row cells;
+    const char *json;
+  };
+  const Case cases[] = {
+      {{"name", "state"}, nullptr, {"eth0", "up"}, R"j({"name":"eth0","state":"up"})j"},
+      {{nullptr, "1", "1"}, nullptr, {"a", "b", "c"}, R"j({"1":"a","1 (2)":"b","1 (3)":"c"})j"},
+      {{"x", "x (3)", "x"}, nullptr, {"a", "b", nullptr}, R"j({"x":"a","x (3)":"b","x (3) (3)":""})j"},
+      {{"label"}, "row", {"a"}, R"j({"label":"row","label (1)":"a"})j"},
+      {{"two\nlines"}, nullptr, {"a\n\nb\n"}, R"j({"two\nlines":"a\n\nb"})j"},
+      {{"h"}, nullptr, {"\x80z\xC3"}, R"j({"h":"\uFFFDz\uFFFD"})j"},                              // stray and cut short
+      {{"h"}, nullptr, {"\xC0\xAF\xE0\x9F\xBF"}, R"j({"h":"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"})j"},  // too long
+      {{"h"},
+       nullptr,
+       {"\xED\xA0\x80\xF4\x90\x80\x80\xFF"},
+       R"j({"h":"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"})j"},
+      {{"h"}, nullptr, {"\u00E9\u20AC\U0001F600"}, R"j({"h":"\u00E9\u20AC\uD83D\uDE00"})j"},
+  };
+  for (const Case &row : cases) {
+    table_style style = style_of(0);
+    style.hide_empty = 1;
+    const Table t = make_table(&style, row.header, {});
+    add_row(t.get(), row.label, row.cells);
+    json_t *rows = table_to_json(t.get());
+    char *text = json_dumps(json_array_get(rows, 0), JSON_COMPACT | JSON_ENSURE_ASCII);
+    EXPECT_STREQ(text, row.json);
+    EXPECT_EQ(json_array_size(rows), 1U);
+    std::free(text);
+    json_decref(rows);
+  }
+  EXPECT_EQ(table_to_json(nullptr), nullptr);
+}
+
 TEST(TableGroup, TablesShareTheirSizesWhichNeverShrink) {
   const table_style style = style_of(TABLE_COL_SEP | TABLE_HEADER_RULE);
   table_group *group = table_group_new();
