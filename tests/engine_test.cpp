@@ -152,6 +152,7 @@ TEST(Engine, LanguagesAreExchangedWhileItRuns) {
   cli_reset_subconfig(engine.get());
   cli_unload_commands(engine.get());
   EXPECT_EQ(cli_node_first_choice(&engine->root), nullptr);
+  EXPECT_EQ(engine->root.completed, 0);
   EXPECT_EQ(engine.execute("show"), "{31}show \n^\n{35}Extra input at end of command{} at 'show': ''\n");
   const Json other = json("{'hello': {'#help': 'Hi', '#handler': 'test_show_call'}}");
   EXPECT_EQ(cli_load_commands(engine.get(), engine.types(), other.get(), nullptr), 0);
