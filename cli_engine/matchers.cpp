@@ -332,7 +332,7 @@ int match_any_ip(const validator *v, const char *text, std::size_t len) {
   constexpr validator_match_text kForms[] = {match_ipv6_address, match_ipv6_prefix, match_ipv4_address,
                                              match_ipv4_prefix};
   const auto complete = [&](validator_match_text form) { return form(v, text, len) == MATCH_COMPLETE; };
-  return std::ranges::any_of(kForms, complete) ? MATCH_COMPLETE : MATCH_NONE;
+  return std::any_of(std::begin(kForms), std::end(kForms), complete) ? MATCH_COMPLETE : MATCH_NONE;
 }
 
 int match_time(const validator * /*v*/, const char *text, std::size_t len) {

@@ -19,7 +19,9 @@ include(CheckCXXCompilerFlag)
 set(CLI_ENGINE_HARDENING -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
 foreach(flag IN ITEMS -fstack-clash-protection -fcf-protection -mbranch-protection=standard) # where the processor has it
   string(MAKE_C_IDENTIFIER "CLI_ENGINE_HAS${flag}" known)
+  set(CMAKE_REQUIRED_FLAGS -Werror) # a compiler may take a flag only to say that it has no use for it
   check_cxx_compiler_flag(${flag} ${known})
+  unset(CMAKE_REQUIRED_FLAGS)
   if(${known})
     list(APPEND CLI_ENGINE_HARDENING ${flag})
   endif()
