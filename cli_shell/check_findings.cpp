@@ -47,6 +47,7 @@ constexpr std::array<std::pair<Rule, RuleRow>, static_cast<std::size_t>(Rule::kC
     {Rule::kHiddenWord, {"hidden-word", Severity::kNote}},
     {Rule::kNoAbbreviation, {"no-abbreviation", Severity::kNote}},
     {Rule::kUnusedHandler, {"unused-handler", Severity::kWarning}},
+    {Rule::kForeignHandler, {"foreign-handler", Severity::kWarning}},
     {Rule::kConditionPath, {"condition-path", Severity::kWarning}},
     {Rule::kConditionLater, {"condition-later", Severity::kWarning}},
     {Rule::kPromptFallback, {"prompt-fallback", Severity::kWarning}},

@@ -61,6 +61,7 @@ enum class Rule : uint8_t {
   kHiddenWord,
   kNoAbbreviation,
   kUnusedHandler,
+  kForeignHandler,
   kConditionPath,
   kConditionLater,
   kPromptFallback,

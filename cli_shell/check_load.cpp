@@ -232,9 +232,16 @@ class Loader {
 
   void check_handler(const JsonValue &definition, const Reporter &reporter) {
     const JsonValue *handler = definition.find("#handler");
-    if (host_.has_handler && is_text(handler) && !host_.has_handler(std::string(handler->text()).c_str())) {
-      reporter.add(Rule::kUnknownHandler, *handler,
-                   "no handlers library exports the handler " + quoted(handler->text()));
+    if (!host_.has_handler || !is_text(handler)) {
+      return;
+    }
+    const std::string name(handler->text());
+    if (!host_.has_handler(name.c_str())) {
+      reporter.add(Rule::kUnknownHandler, *handler, "no handlers library exports the handler " + quoted(name));
+    } else if (host_.is_foreign && host_.is_foreign(name.c_str())) {
+      reporter.add(
+          Rule::kForeignHandler, *handler,
+          "the handler " + quoted(name) + " is no function of a handlers library, but something else of that name");
     }
   }
 

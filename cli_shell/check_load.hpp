@@ -15,6 +15,7 @@ namespace cli_check {
 // What the host adds to the documents.
 struct Host {
   std::function<bool(const char *)> has_handler;  // empty: handlers are not looked up
+  std::function<bool(const char *)> is_foreign;   // of those: what a library or program that is not the host's exports
   std::vector<std::string> exported_handlers;     // of the handlers libraries
   validator_typesystem *types = nullptr;          // borrowed; null: the built-in types alone
 };

@@ -37,7 +37,8 @@ JsonRef load_document(const std::string &path) {
   const std::string text = read_file(path);
   json_error_t error;
   JsonRef document(json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, &error));
-  if (!document && error.line < 1) throw std::bad_alloc();  // there is no place where the text is wrong
+  if (!document && (error.line < 1 || json_error_code(&error) == json_error_out_of_memory))
+    throw std::bad_alloc();  // there is no place where the text is wrong
   if (!document)
     throw UserError(path + ":" + std::to_string(error.line) + ":" + std::to_string(error.column) + ": " + error.text);
   if (!json_is_object(document.get())) throw UserError(path + ": the document is not a JSON object");

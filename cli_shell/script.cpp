@@ -55,6 +55,8 @@ std::string file_name(const std::string &path) {
 std::string find_library(const Script &script, const std::string &name, const Options &given) {
   for (const std::string &library : given.handlers)
     if (file_name(library) == file_name(name)) return library;
+  if (!given.extra.contains("trust"))
+    throw UserError("the script loads '" + name + "', which --handlers must name, or --trust allow");
   return in_folder_of(script.path, name);
 }
 
@@ -189,6 +191,7 @@ class Alignment {
 Script read_script(const std::string &path, const Options &given) {
   Script script{
       .path = path, .lines = lines_of(read_file(path)), .options = given, .without_handlers = true, .steps = {}};
+  script.options.restricted = !given.extra.contains("trust");
   for (size_t i = read_header(script, given); i < script.lines.size(); i = script.steps.back().end)
     script.steps.push_back(step_at(script, i));
   return script;

@@ -60,6 +60,7 @@ using StringRef = std::unique_ptr<DynString, StringRelease>;
 Shell::Shell(const Options &options, const Documents &documents, std::vector<HandlersLibrary> libraries)
     : record_{},
       libraries_(std::move(libraries)),
+      handlers_(documents.definitions.get(), libraries_),
       output_(options.colour, is_session(options)),
       strict_(options.strict),
       restricted_(options.restricted),
@@ -68,6 +69,7 @@ Shell::Shell(const Options &options, const Documents &documents, std::vector<Han
   if (options.no_more) setenv("CLI_SHELL_MORE", "0", 1);
   record_.shell = this;
   cli *const engine = &record_.engine;
+  engine->handlers = handlers_.entries();
   engine->exit_handler = cli_shell_exit;
   engine->end_handler = cli_shell_end;
   engine->level = options.level.value_or(0);

@@ -120,6 +120,7 @@ class Shell {
   Record record_;
   validator_typesystem *types_ = nullptr;
   std::vector<HandlersLibrary> libraries_;
+  HandlerTable handlers_;
   std::vector<std::string> secrets_ = {"password", "secret"};
   Output output_;
   bool started_ = false;

@@ -1,6 +1,8 @@
 // cli-shell check: reports everything that is to be said about a definition document and its privilege table.
 #include <dlfcn.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -8,6 +10,7 @@
 #include "cli_shell/check.hpp"
 #include "cli_shell/check_exports.hpp"
 #include "cli_shell/language_files.hpp"
+#include "cli_shell/output.hpp"
 #include "cli_shell/subcommands.hpp"
 
 namespace cli_shell {
@@ -20,15 +23,21 @@ bool wants_json(const Options &options) {
   throw UserError("--format takes text or json, not '" + format->second + "'");
 }
 
-cli_check::Host host_with(const std::vector<std::string> &libraries, validator_typesystem *types) {
+cli_check::Host host_with(const std::vector<std::string> &paths, const std::vector<HandlersLibrary> &libraries,
+                          validator_typesystem *types) {
   cli_check::Host host;
   host.types = types;
-  if (libraries.empty()) return host;
-  for (const std::string &path : libraries) {
+  if (paths.empty()) return host;
+  for (const std::string &path : paths) {
     for (std::string &handler : cli_check::exported_handlers(read_file(path)))
       host.exported_handlers.push_back(std::move(handler));
   }
   host.has_handler = [](const char *name) { return dlsym(RTLD_DEFAULT, name) != nullptr; };
+  host.is_foreign = [&libraries](const char *name) {
+    return std::string_view(name).substr(0, 10) != "cli_shell_" &&
+           std::none_of(libraries.begin(), libraries.end(),
+                        [name](const HandlersLibrary &library) { return library.handler(name) != nullptr; });
+  };
   return host;
 }
 
@@ -44,11 +53,16 @@ int check_main(const Options &options) {
   const bool as_json = wants_json(options);
   const std::string &path = only_operand(options, "the definition document");
   const LanguageFiles files = read_language_files(path, options.privileges);
-  const Types types = types_of(load_handlers_libraries(options.handlers));
-  const cli_check::Host host = host_with(options.handlers, types.get());
+  const std::vector<HandlersLibrary> libraries = load_handlers_libraries(options.handlers);
+  const Types types = types_of(libraries);
+  const cli_check::Host host = host_with(options.handlers, libraries, types.get());
   cli_check::Findings findings;
   cli_check::check_documents(*files.definitions, files.privileges.get(), host, findings);
-  print(findings, as_json);
+  const auto print_them = [&] { print(findings, as_json); };
+  if (isatty(STDOUT_FILENO) == 1)
+    Output(options.colour, false).run(print_them);  // file names and texts hold whatever bytes
+  else
+    print_them();
   return findings.count(cli_check::Severity::kError) == 0 ? 0 : 1;
 }
 

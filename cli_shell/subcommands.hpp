@@ -19,6 +19,7 @@ inline constexpr ExtraOption kCheckOptions[] = {
 
 inline constexpr ExtraOption kTestOptions[] = {
     {"update", nullptr, "write what is printed now into the scripts as what is expected"},
+    {"trust", nullptr, "let scripts load libraries that --handlers does not name, and save files"},
 };
 
 inline constexpr ExtraOption kReferenceOptions[] = {

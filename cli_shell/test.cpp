@@ -17,6 +17,7 @@
 #include "cli_shell/script.hpp"
 #include "cli_shell/shell.hpp"
 #include "cli_shell/subcommands.hpp"
+#include "cli_shell/whole_file.hpp"
 
 namespace cli_shell {
 namespace {
@@ -202,8 +203,9 @@ void write_updated(const Script &script, const Comparison &comparison) {
     written = step.end;
   }
   copy_to(script.lines.size());
-  const FileDescriptor file(open(script.path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
-  if (!file || !write_all(file.get(), text)) throw UserError(script.path + ": " + std::strerror(errno));
+  WholeFile file;
+  if (!file.open(script.path) || !file.write(text) || !file.put_in_place())
+    throw UserError(script.path + ": " + std::strerror(errno));
 }
 
 Comparison compare_session(const Script &script) {
@@ -213,9 +215,8 @@ Comparison compare_session(const Script &script) {
   return comparison;
 }
 
-// Whether the script holds, or was made to.
-bool test(const Script &script, bool update) {
-  const Comparison comparison = compare_session(script);
+// Tells what differs; whether the script holds, or was made to.
+bool report(const Script &script, const Comparison &comparison, bool update) {
   size_t failed = 0;
   for (size_t i = 0; i < comparison.size(); ++i) {
     if (holds(comparison[i])) continue;
@@ -233,6 +234,17 @@ bool test(const Script &script, bool update) {
   if (missed > 0) std::printf(", %zu were not reached", missed);
   std::puts("");
   return update && missed == 0;
+}
+
+bool test(const Script &script, bool update) {
+  const Comparison comparison = compare_session(script);
+  bool holds_or_was_made_to = false;
+  const auto tell = [&] { holds_or_was_made_to = report(script, comparison, update); };
+  if (isatty(STDOUT_FILENO) == 1)
+    Output(ColourChoice::kNever, false).run(tell);  // scripts and output hold whatever bytes
+  else
+    tell();
+  return holds_or_was_made_to;
 }
 
 }  // namespace

@@ -39,6 +39,7 @@ class Checked {
     Host host;
     host.types = types_.get();
     host.has_handler = [](const char *name) { return std::string_view(name) != "missing"; };
+    host.is_foreign = [](const char *name) { return std::string_view(name) == "foreign"; };
     host.exported_handlers = {"f"};
     check_documents(definitions_, privileges_.get(), host, findings_);
   }

@@ -59,7 +59,9 @@ class Preview(Case):
                  (["test", self.file("e", "definition: language.json\nlevel: 99\n")], "e:2: --level takes"),
                  (["test", self.file("f", "> show\n")], "f:1: the script names no 'definition: FILE'"),
                  (["test", self.file("g", "definition: language.json\n> show\n~(\n")], "g:3: invalid regular expression"),
-                 (["test", self.file("h", "definition: language.json\nhandlers: no.so\n> x\n")], "cannot load handlers")]
+                 (["test", self.file("h", "definition: language.json\nhandlers: no.so\n> x\n")], "--handlers must name"),
+                 (["test", "--trust", self.file("h", "definition: language.json\nhandlers: no.so\n> x\n")],
+                  "cannot load handlers")]
         for arguments, message in cases:
             with self.subTest(arguments):
                 out, err, status = run(*arguments)

@@ -70,6 +70,11 @@ bool store(cli *engine, cli_node *command, Entry entry) {
     refuse(engine, "A value cannot hold a line break");
     return false;
   }
+  const std::string network = router::machine::network_beneath(entry.text("prefix"));
+  if (!network.empty()) {
+    refuse(engine, "The prefix has bits beyond its length; did you mean %s?", network.c_str());
+    return false;
+  }
   Place place = place_of(command, entry);
   enclosing_entry(engine, command).entries.insert_or_assign(std::move(place), std::move(entry));
   return true;

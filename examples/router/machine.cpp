@@ -319,6 +319,17 @@ std::vector<FileSystem> file_systems() {
   return found;
 }
 
+std::string network_beneath(const std::string &text) {
+  Prefix prefix = parse_prefix(text);
+  if (prefix.family == 0) return {};
+  for (size_t bit = prefix.length; bit < prefix.bytes.size() * 8; ++bit)
+    prefix.bytes[bit / 8] = static_cast<unsigned char>(prefix.bytes[bit / 8] & ~(0x80U >> (bit % 8)));
+  if (prefix.bytes == parse_prefix(text).bytes) return {};
+  char network[INET6_ADDRSTRLEN];
+  inet_ntop(prefix.family, prefix.bytes.data(), network, sizeof network);
+  return std::string(network) + '/' + std::to_string(prefix.length);
+}
+
 bool prefix_holds(const std::string &outer_text, const std::string &inner_text) {
   const Prefix outer = parse_prefix(outer_text);
   const Prefix inner = parse_prefix(inner_text);

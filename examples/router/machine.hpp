@@ -84,6 +84,9 @@ std::string link_name(const std::vector<Link> &links, int index);
 // Does the prefix (with length) hold the address or prefix? Both of one family.
 bool prefix_holds(const std::string &prefix, const std::string &inner);
 
+// The prefix without the bits beyond its length, or "" when it has none there.
+std::string network_beneath(const std::string &prefix);
+
 std::string first_line(const char *path);
 std::vector<std::string> lines_of(const char *path);
 
