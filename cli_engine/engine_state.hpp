@@ -17,7 +17,8 @@ enum class Deferral : std::uint8_t {
 
 struct EngineState {
   Output output{};
-  bool busy = false;  // a line or a text is being run
+  bool busy = false;  // a line or a text is being run, or a line is pending: no other one may be run
+  bool replaying = false;
   Deferral deferral = Deferral::kImpossible;
   std::int32_t finish_result = 0;  // what cli_finish was given before the handler returned
   cli_outcome outcome{};           // of the last line
@@ -36,7 +37,7 @@ inline EngineState *state_if_up(const cli *engine) {
 // What is printed from here on belongs to a call of the host's, unless it is made while a line is on its way.
 inline void begin_output(const cli *engine) {
   EngineState *const state = state_of(engine);
-  if (state != nullptr && !state->busy && state->deferral != Deferral::kPending) {
+  if (state != nullptr && !state->busy) {
     state->output.begin();
   }
 }

@@ -34,10 +34,13 @@ bool leave_modes_to(cli *engine, const cli_node *mode) {
 
 void echo_line(cli *engine) {
   DynString &echo = *state_of(engine->parser).text;
-  libglobal::clear(echo);
+  echo.len = 0;
   cli_print_command(tokenizer_first(&engine->tokenizer), &echo, has_colours(*engine) ? 1 : 0, nullptr);
   libglobal::append(echo, '\n');
-  write_out(engine, echo);
+  write_out(engine, libglobal::view(echo));
+  if (echo.capacity > kKeptText) [[unlikely]] {
+    libglobal::release(echo);
+  }
 }
 
 // Leaves the modes around which the command was found; behind "do" none is left. False when that mode is not open.
@@ -52,23 +55,45 @@ bool leave_modes_for_command(cli *engine) {
   return is_do || leave_modes_to(engine, engine->parser.root);
 }
 
+// Output that a handler of a mode or the host fed before the line.
+void clear_leftover(pager &p) {
+  if (p.lines.first != nullptr) {
+    pager_clear(&p);
+  }
+}
+
+// The handler put the end off: whatever it fed stays in the pager, unless it was quick enough to end the line itself.
+[[gnu::noinline]] void put_off(cli *engine, EngineState &state, int result) {
+  if (state.deferral == Deferral::kFinished) {
+    state.deferral = Deferral::kImpossible;
+    end_command(engine, state, state.finish_result);
+    return;
+  }
+  state.deferral = Deferral::kPending;
+  state.outcome.kind = CLI_PENDING;
+  state.outcome.result = result;
+  state.outcome.interrupted = state.output.was_interrupted() ? 1 : 0;
+}
+
 void call_handler(cli *engine, EngineState &state, cli_node *command) {
-  pager_clear(&engine->pager);
+  clear_leftover(engine->pager);
   state.deferral = Deferral::kPossible;
-  int result = command->subconfig.handler(engine, command);
-  const Deferral deferral = state.deferral;
-  if (deferral == Deferral::kDeferred) {
-    state.deferral = Deferral::kPending;
-    state.outcome.kind = CLI_PENDING;
-    state.outcome.result = result;
-    state.outcome.interrupted = state.output.was_interrupted() ? 1 : 0;
+  const int result = command->subconfig.handler(engine, command);
+  if (state.deferral != Deferral::kPossible) [[unlikely]] {
+    put_off(engine, state, result);
     return;
   }
   state.deferral = Deferral::kImpossible;
-  if (deferral == Deferral::kFinished) {
-    result = state.finish_result;
-  }
   end_command(engine, state, result);
+}
+
+// What the handlers of "exit" and "end" do.
+[[gnu::noinline]] void follow_way_out(cli *engine, const cli_node &command) {
+  if (is_way_out(command, "exit")) {
+    cli_pop_subconfig(engine);
+  } else if (is_way_out(command, "end")) {
+    cli_reset_subconfig(engine);
+  }
 }
 
 void run_command(cli *engine, EngineState &state, cli_node *command, unsigned options) {
@@ -84,12 +109,8 @@ void run_command(cli *engine, EngineState &state, cli_node *command, unsigned op
     call_handler(engine, state, command);
     return;
   }
+  follow_way_out(engine, *command);
   state.outcome.kind = CLI_RAN;
-  if (is_way_out(*command, "exit")) {
-    cli_pop_subconfig(engine);
-  } else if (is_way_out(*command, "end")) {
-    cli_reset_subconfig(engine);
-  }
 }
 
 void enter_mode(cli *engine, cli_outcome &outcome, cli_node *mode, unsigned options) {
@@ -152,25 +173,10 @@ void list_available(cli *engine, DynString &text) {
   table.print("\t", ":", [](const cli_node &node) { return node.type != TYPE_ALIAS; });
 }
 
-}  // namespace
-
-cli_node *parse_line(cli *engine, const char *line, int cursor) {
-  begin_output(engine);
-  tokenizer_run(&engine->tokenizer, line, cursor);
-  parser_set_root(&engine->parser, engine->current);
-  parser_error &error = state_of(engine->parser).error;
-  error = {line, E_OK, nullptr, nullptr};
-  return parser_run(&engine->parser, &engine->tokenizer, nullptr);
-}
-
-void perform(cli *engine, EngineState &state, const char *line, cli_node *selected, unsigned options) {
+// Enters the mode, or says why the line failed and what may follow: all that is no command.
+[[gnu::noinline]] void perform_other(cli *engine, EngineState &state, const char *line, cli_node *selected,
+                                     unsigned options) {
   cli_outcome &outcome = state.outcome;
-  outcome.errcode = engine->parser.error->errcode;
-  outcome.node = selected;
-  if (is_command(selected)) {
-    run_command(engine, state, selected, options);
-    return;
-  }
   const bool failed = selected == nullptr || (selected->type != TYPE_WORD && outcome.errcode != E_OK);
   if (!failed && selected->type == TYPE_SUBCONFIG && selected->parent != nullptr) {
     enter_mode(engine, outcome, selected, options);
@@ -192,8 +198,36 @@ void perform(cli *engine, EngineState &state, const char *line, cli_node *select
   }
 }
 
+cli_node *match_line(cli *engine, const char *line, int cursor) {
+  tokenizer_run(&engine->tokenizer, line, cursor);
+  engine->parser.root = engine->current;  // the run marks it
+  parser_error &error = state_of(engine->parser).error;
+  error.token = nullptr;
+  error.node = nullptr;
+  return parser_run(&engine->parser, &engine->tokenizer, nullptr);
+}
+
+}  // namespace
+
+cli_node *parse_line(cli *engine, const char *line, int cursor) {
+  begin_output(engine);
+  return match_line(engine, line, cursor);
+}
+
+void perform(cli *engine, EngineState &state, const char *line, cli_node *selected, unsigned options) {
+  state.outcome.errcode = engine->parser.error->errcode;
+  state.outcome.node = selected;
+  if (is_command(selected)) [[likely]] {
+    run_command(engine, state, selected, options);
+  } else {
+    perform_other(engine, state, line, selected, options);
+  }
+}
+
 void end_command(cli *engine, EngineState &state, int result) {
-  pager_show(&engine->pager);
+  if (engine->pager.lines.first != nullptr) {
+    pager_show(&engine->pager);
+  }
   state.outcome.kind = CLI_RAN;
   state.outcome.result = result;
   state.outcome.interrupted = state.output.was_interrupted() ? 1 : 0;
@@ -204,10 +238,17 @@ void run_line(cli *engine, EngineState &state, const char *line, unsigned option
   if (is_comment(line, options)) {
     return;
   }
-  cli_node *const selected = parse_line(engine, line, -1);
   state.busy = true;
-  perform(engine, state, line, selected, options);
-  state.busy = false;
+  state.output.begin();
+  perform(engine, state, line, match_line(engine, line, -1), options);
+  state.busy = state.deferral == Deferral::kPending;
 }
 
 }  // namespace cli_engine
+
+void cli_execute(cli *engine, const char *line) {
+  cli_engine::EngineState *const state = cli_engine::state_if_up(engine);
+  if (state != nullptr && line != nullptr && !state->busy) {
+    cli_engine::run_line(engine, *state, line, 0);
+  }
+}

@@ -19,11 +19,6 @@ inline constexpr std::string_view kReset = "\033[m";
 // Tokenizes a line and parses it from the present mode into the parser's own error record.
 cli_node *parse_line(cli *engine, const char *line, int cursor);
 
-// Whether no further line may be run now.
-inline bool is_busy(const EngineState &state) {
-  return state.busy || state.deferral == Deferral::kPending;
-}
-
 // Whether a line is a comment: with CLI_CONFIG among the options, blank and indented ones are too.
 inline bool is_comment(const char *line, unsigned options) {
   if ((options & CLI_CONFIG) != 0) {
@@ -38,7 +33,9 @@ inline bool is_comment(const char *line, unsigned options) {
 }
 
 // Whether a node is a command with a handler.
-bool is_command(const cli_node *node);
+inline bool is_command(const cli_node *node) {
+  return node != nullptr && node->type == TYPE_COMMAND && node->parent != nullptr;
+}
 
 // Whether a command is called that and stands directly in a mode, as the built-in "exit" and "end" do.
 inline bool is_way_out(const cli_node &command, std::string_view name) {

@@ -46,10 +46,6 @@ void blame(const cli &engine, std::string_view line, cli_outcome &outcome) {
   });
 }
 
-bool is_command(const cli_node *node) {
-  return node != nullptr && node->type == TYPE_COMMAND && node->parent != nullptr;
-}
-
 }  // namespace cli_engine
 
 using cli_engine::Deferral;
@@ -62,7 +58,7 @@ int cli_run(cli *engine, const char *line, unsigned options, cli_outcome *outcom
   const cli_outcome *result = &unanswered;
   EngineState *const state = state_if_up(engine);
   if (state != nullptr && line != nullptr) {
-    if (cli_engine::is_busy(*state)) {
+    if (state->busy) {
       unanswered.kind = CLI_BUSY;
     } else {
       cli_engine::run_line(engine, *state, line, options);
@@ -75,13 +71,6 @@ int cli_run(cli *engine, const char *line, unsigned options, cli_outcome *outcom
   return result->kind == CLI_FAILED || result->kind == CLI_BUSY ? -1 : 0;
 }
 
-void cli_execute(cli *engine, const char *line) {
-  EngineState *const state = state_if_up(engine);
-  if (state != nullptr && line != nullptr && !cli_engine::is_busy(*state)) {
-    cli_engine::run_line(engine, *state, line, 0);
-  }
-}
-
 const cli_outcome *cli_last_outcome(const cli *engine) {
   const EngineState *const state = state_if_up(engine);
   return state == nullptr ? nullptr : &state->outcome;
@@ -92,7 +81,7 @@ cli_node *cli_parse(cli *engine, const char *line, parser_error **error) {
     *error = nullptr;
   }
   EngineState *const state = state_if_up(engine);
-  if (state == nullptr || line == nullptr || state->busy) {
+  if (state == nullptr || line == nullptr || (state->busy && state->deferral != Deferral::kPending)) {
     return nullptr;
   }
   const bool comment = cli_engine::is_comment(line, 0);
@@ -127,6 +116,7 @@ void cli_finish(cli *engine, int result) {
     state->finish_result = result;
   } else if (state->deferral == Deferral::kPending) {
     state->deferral = Deferral::kImpossible;
+    state->busy = state->replaying;
     cli_engine::end_command(engine, *state, result);
   }
 }

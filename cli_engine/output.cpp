@@ -3,13 +3,6 @@
 #include "cli_engine/engine_state.hpp"
 
 namespace cli_engine {
-namespace {
-
-// A string that serves line after line keeps no more than this.
-constexpr std::size_t kKeptBytes = std::size_t{64} * 1024;
-
-}  // namespace
-
 void write_out(cli *engine, std::string_view text) {
   EngineState *const state = state_of(engine);
   if (text.empty() || (state != nullptr && state->output.is_cut())) {
@@ -24,7 +17,7 @@ void write_out(cli *engine, std::string_view text) {
 
 void write_out(cli *engine, DynString &text) {
   write_out(engine, libglobal::view(text));
-  if (text.capacity > kKeptBytes) [[unlikely]] {
+  if (text.capacity > kKeptText) [[unlikely]] {
     libglobal::release(text);
   }
   libglobal::clear(text);

@@ -54,6 +54,9 @@ inline bool has_colours(const pager &p) {
   return output == nullptr || has_colours(*output->engine);
 }
 
+// A string that serves line after line keeps no more than this.
+inline constexpr std::size_t kKeptText = std::size_t{64} * 1024;
+
 // Writes a piece of output, unless the output was cut.
 void write_out(cli *engine, std::string_view text);
 

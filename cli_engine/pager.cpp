@@ -289,6 +289,13 @@ void release_surplus(pager_line_list &lines) {
   lines.last_link = link;
 }
 
+// The lines that served last serve first again: those behind them are seldom reached and stay as small as they are.
+[[gnu::noinline]] void put_aside(pager &p) {
+  release_surplus(p.lines);
+  libglobal::join(p.lines, p.spare);
+  libglobal::join(p.spare, p.lines);
+}
+
 }  // namespace
 
 void pager_open(pager *p, int first, int second) {
@@ -391,11 +398,8 @@ int pager_line_count(pager *p) {
 }
 
 void pager_clear(pager *p) {
-  // The lines that served last serve first again: those behind them are seldom reached and stay as small as they are.
   if (p->lines.first != nullptr) {
-    release_surplus(p->lines);
-    libglobal::join(p->lines, p->spare);
-    libglobal::join(p->spare, p->lines);
+    put_aside(*p);
   }
   p->cur_line = nullptr;
 }

@@ -234,8 +234,10 @@ long replay(cli *engine, EngineState &state, std::string_view text, unsigned opt
             void *data) {
   begin_output(engine);
   state.busy = true;
+  state.replaying = true;
   const long not_run = Replay(engine, state, options, report, data).run(text);
-  state.busy = false;
+  state.replaying = false;
+  state.busy = state.deferral == Deferral::kPending;
   return not_run;
 }
 
@@ -244,7 +246,7 @@ long replay(cli *engine, EngineState &state, std::string_view text, unsigned opt
 
 long cli_replay(cli *engine, const char *text, size_t len, unsigned options, cli_line_report report, void *data) {
   cli_engine::EngineState *const state = cli_engine::state_if_up(engine);
-  if (state == nullptr || (text == nullptr && len != 0) || cli_engine::is_busy(*state)) {
+  if (state == nullptr || (text == nullptr && len != 0) || state->busy) {
     return -1;
   }
   const std::string_view lines(text == nullptr ? "" : text, len);
