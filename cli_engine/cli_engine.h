@@ -55,9 +55,10 @@ enum {
   CLI_NO_COLOUR = 1U << 0U, /* no escape sequence in anything that the engine writes, tables included */
   CLI_NO_ECHO = 1U << 1U,   /* a command's line is not written before its output */
   CLI_HANDLERS_ONLY =
-      1U << 2U,               /* handlers come from `handlers` alone: a name missing there is a fault of the document */
-  CLI_DATA = 1U << 3U,        /* commands write data: one JSON document each, see cli_engine/table.h */
-  CLI_SHORT_ERRORS = 1U << 4U /* a failed line lists only what resembles the blamed word, ten rows at most */
+      1U << 2U,        /* handlers come from `handlers` alone: a name missing there is a fault of the document */
+  CLI_DATA = 1U << 3U, /* commands write data: one JSON document each, see cli_engine/table.h */
+  CLI_SHORT_ERRORS = 1U << 4U,  /* a failed line lists only what resembles the blamed word, ten rows at most */
+  CLI_EXPLAIN_LEVELS = 1U << 5U /* cli_explain may name a word that the user's level does not reach, and its level */
 };
 
 /* An engine, in the host's memory. Zero-fill it, preset what is marked so, and call cli_init. */

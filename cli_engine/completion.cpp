@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstring>
 
+#include "cli_engine/engine_state.hpp"
 #include "cli_engine/json_ref.hpp"
 #include "cli_engine/matchers.hpp"
 #include "cli_engine/partial_line.hpp"
@@ -117,7 +118,8 @@ long complete(cli *engine, std::string_view typed, json_t *result) {
 }  // namespace cli_engine
 
 long cli_complete(cli *engine, const char *line, size_t cursor, json_t *result) {
-  if (engine == nullptr || engine->initialized == 0 || line == nullptr || !json_is_array(result) || cursor > INT_MAX ||
+  const cli_engine::EngineState *const state = cli_engine::state_if_up(engine);
+  if (state == nullptr || state->busy || line == nullptr || !json_is_array(result) || cursor > INT_MAX ||
       strnlen(line, cursor) < cursor) {
     return -1;
   }

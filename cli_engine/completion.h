@@ -10,6 +10,7 @@
 #include <stddef.h>
 
 #include "cli_engine/node.h"
+#include "libglobal/dyn_string.h"
 #include "libglobal/export.h"
 
 #ifdef __cplusplus
@@ -33,6 +34,21 @@ extern "C" {
  * null line, a cursor beyond the line's end, and a result that is no array. The marks in the tree are those of the line
  * before the word afterwards. */
 CLI_API long cli_complete(cli *engine, const char *line, size_t cursor, json_t *result);
+
+/* Appends what would help a user whose line just failed, a sentence each, each ended by a line break:
+ *
+ *     did you mean "route"?                                         words that a slip of the fingers makes of the one
+ *                                                                   blamed: at most three, the nearest alone
+ *     "sh" could be "show" or "shutdown"                            for an ambiguous word; nothing else is said then
+ *     Quote text that holds blanks                                  the line would be taken so
+ *     "hostname" is a command of mode config: configure terminal    and the lines that lead there; at most three modes
+ *     "reload" needs level 15                                       only with CLI_EXPLAIN_LEVELS
+ *
+ * Each is tried on the line before it is said, and speaks only of what the user's level shows. Returns their number; 0
+ * for a line that did not fail or that nothing is known of; -1 and nothing appended for a null or uninitialised engine
+ * and a null string. The marks and the error record stay as the failed line left them. To be called before the next
+ * line of the engine. */
+CLI_API int cli_explain(cli *engine, DynString *out);
 
 #ifdef __cplusplus
 }

@@ -1,6 +1,7 @@
 // The dump: every command and mode of a tree, a line each, with its arguments in bracket notation.
 #include <string_view>
 
+#include "cli_engine/display.hpp"
 #include "cli_engine/engine_state.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/output.hpp"
@@ -96,11 +97,15 @@ void print_node_args(const cli_node &node, DynString &buffer) {
   }
 }
 
-void print_word(const cli_node &node, DynString &buffer) {
+}  // namespace
+
+void cli_engine::append_word_syntax(const cli_node &node, DynString &buffer) {
   debug_space(buffer);
   append(buffer, name_of(node));
   print_node_args(node, buffer);
 }
+
+namespace {
 
 // What is dumped is handed over in pieces of about so many bytes.
 constexpr std::size_t kWrittenAtOnce = 4096;
@@ -117,7 +122,7 @@ void dump_node(cli *engine, const cli_node &node, DynString &buffer, DynString &
     if (choice->type == TYPE_ALIAS) {
       continue;
     }
-    print_word(*choice, buffer);
+    cli_engine::append_word_syntax(*choice, buffer);
     if (choice->type != TYPE_WORD) {
       libglobal::append_all(lines, libglobal::view(buffer), "\n");
       if (lines.len >= kWrittenAtOnce) {

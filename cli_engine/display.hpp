@@ -12,6 +12,9 @@ int print_node(const cli_node &node, const token *tok, DynString &out, bool colo
 // What print_node returns for the node's syntax; scratch is left as it was.
 int visible_width(const cli_node &node, DynString &scratch);
 
+// Appends a word with its arguments in the dump's notation, a blank before it where one is due.
+void append_word_syntax(const cli_node &node, DynString &buffer);
+
 }  // namespace cli_engine
 
 #endif

@@ -7,6 +7,7 @@
 #include "cli_engine/line.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/parser.hpp"
+#include "cli_engine/resemblance.hpp"
 #include "cli_engine/tokenizer.hpp"
 #include "libglobal/dyn_string.hpp"
 #include "libglobal/ptr_vector.hpp"
@@ -19,6 +20,9 @@ constexpr const char *kSource = "cli_engine/executor";
 
 constexpr const char *kMessages[] = {"success", "Invalid argument", "Ambiguous input", "Extra input at end of command",
                                      "Incomplete command"};
+
+// The rows of a list that is kept short.
+constexpr std::size_t kShortList = 10;
 
 const char *message_of(int code) {
   return code >= E_OK && code <= E_INCOMPLETE ? kMessages[code] : "UNKNOWN";
@@ -158,12 +162,15 @@ void describe_error(cli *engine, DynString &text) {
 }
 
 // Prints what the text holds, and what may come at the place that the line reached.
-void list_available(cli *engine, DynString &text) {
+void list_available(cli *engine, DynString &text, bool failed) {
   ParserState &state = state_of(engine->parser);
   PtrVector &nodes = *state.nodes;
   const parser_error outcome = *engine->parser.error;
   get_available_nodes(engine->parser, &nodes, {});
   *engine->parser.error = outcome;  // the host may ask how the line ended
+  if (failed && (engine->flags & CLI_SHORT_ERRORS) != 0) {
+    keep_resembling(nodes, outcome.token == nullptr ? std::string_view{} : text_of(*outcome.token), kShortList);
+  }
   if (nodes.size == 0) {
     write_out(engine, text);
     return;
@@ -193,7 +200,7 @@ void list_available(cli *engine, DynString &text) {
     if (failed) {
       describe_error(engine, text);
     }
-    list_available(engine, text);
+    list_available(engine, text, failed);
     outcome.interrupted = state.output.was_interrupted() ? 1 : 0;
   }
 }

@@ -79,6 +79,19 @@ void Marks::clear_below(const cli_node *mode) {
   }
 }
 
+void Marks::forget_modes(const cli_node &node) {
+  if (node.parent == nullptr) {
+    modes_.clear();
+    return;
+  }
+  std::erase_if(modes_, [&node](const cli_node *mode) {
+    while (mode != nullptr && mode != &node) {
+      mode = mode->parent;
+    }
+    return mode != nullptr;
+  });
+}
+
 cli_node *Marks::next_used_choice(const cli_node *parent, const cli_node *after) const {
   cli_node *next = nullptr;
   for (std::size_t i = 0; i < size_; i++) {

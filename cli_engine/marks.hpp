@@ -1,4 +1,5 @@
-// The nodes that the last line marked, so that clearing and searching cost what was marked, not what the tree holds.
+// What a tree keeps beside its nodes: its modes, and the nodes that the last line marked, so that clearing and
+// searching cost what was marked, not what the tree holds.
 //
 // One list belongs to each tree and hangs from its root's `internal`. Every other node's `internal` points at its own
 // place in the list, or is null; so a node that is released is struck off without a search. A node on the list may have
@@ -7,9 +8,12 @@
 #define CLI_ENGINE_MARKS_HPP
 
 #include <cstddef>
+#include <span>
 #include <string_view>
+#include <vector>
 
 #include "cli_engine/cli_engine.h"
+#include "libglobal/report.hpp"
 
 namespace cli_engine {
 
@@ -19,6 +23,9 @@ class Marks {
   Marks(const Marks &) = delete;
   Marks &operator=(const Marks &) = delete;
   ~Marks();
+
+  // Puts a node on the list that gets its marks otherwise.
+  void list(cli_node &node) { add(node); }
 
   void use(cli_node &node) {
     node.used = 1;
@@ -47,6 +54,22 @@ class Marks {
   // The used word of a parent that follows `after` in name order (the first one for null), or null.
   [[nodiscard]] cli_node *next_used_choice(const cli_node *parent, const cli_node *after) const;
 
+  template <class Visit>
+  void for_each(Visit visit) const {
+    for (std::size_t i = 0; i < size_; i++) {
+      if (nodes_[i] != nullptr) {
+        visit(*nodes_[i]);
+      }
+    }
+  }
+
+  // The tree's modes, the root not among them, in the order in which they were declared: few beside all words.
+  [[nodiscard]] std::span<cli_node *const> modes() const { return modes_; }
+  void add_mode(cli_node &mode) { modes_.push_back(&mode); }
+
+  // Forgets the modes at and below a node that is about to be released.
+  void forget_modes(const cli_node &node);
+
   // Takes a node that is being released off the list.
   static void strike(cli_node &node) {
     if (node.parent != nullptr && node.internal != nullptr) {
@@ -73,6 +96,7 @@ class Marks {
   cli_node **nodes_ = nullptr;  // null where a node was struck off
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
+  std::vector<cli_node *, libglobal::ReportingAllocator<cli_node *>> modes_;
   cli_node **doomed_ = nullptr;  // scratch of clear_below, as large as nodes_
 };
 

@@ -313,7 +313,13 @@ bool append_node_choice(cli_node *parent, cli_node *choice) {
     invalid_parent(*parent, __func__);
   }
   choice->parent = parent;
-  return insert(*choices, choice);
+  if (!insert(*choices, choice)) {
+    return false;
+  }
+  if (is_mode(choice)) {
+    marks_of(choice).add_mode(*choice);
+  }
+  return true;
 }
 
 void append_node_arg(cli_node *parent, cli_node *arg) {
@@ -336,6 +342,9 @@ void append_node_arg(cli_node *parent, cli_node *arg) {
 
 // Without recursion, so that no nesting is too deep: children join a list of nodes to release.
 void node_free(cli_node *node) {
+  if (auto *marks = static_cast<Marks *>(tree_root(node)->internal)) {
+    marks->forget_modes(*node);
+  }
   cli_node *list = nullptr;
   unlink_children(*node, list);
   while (list != nullptr) {

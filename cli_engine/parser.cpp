@@ -345,12 +345,23 @@ bool collect_arguments(parser &p, PtrVector *out) {
   return p.required_candidate == 0;
 }
 
-void collect_words(const parser &p, PtrVector *out, std::string_view prefix) {
+}  // namespace
+
+bool get_available_arguments(parser &p, PtrVector *out) {
+  libglobal::clear(*out);
+  return p.error != nullptr && collect_arguments(p, out);
+}
+
+const cli_node_set *available_choices(const parser &p) {
   const cli_node *node = p.current_node;
-  if (node == nullptr || (is_mode(node) && node != p.root)) {
+  return node == nullptr || (is_mode(node) && node != p.root) ? nullptr : choices_of(*node);
+}
+
+void get_available_nodes(parser &p, PtrVector *out, std::string_view prefix) {
+  if (!get_available_arguments(p, out)) {
     return;
   }
-  const cli_node_set *choices = choices_of(*node);
+  const cli_node_set *choices = available_choices(p);
   if (choices == nullptr) {
     return;
   }
@@ -360,18 +371,6 @@ void collect_words(const parser &p, PtrVector *out, std::string_view prefix) {
     if (is_visible(p, *child)) {
       libglobal::append(*out, child);
     }
-  }
-}
-
-}  // namespace
-
-void get_available_nodes(parser &p, PtrVector *out, std::string_view prefix) {
-  libglobal::clear(*out);
-  if (p.error == nullptr) {
-    return;  // there was no run
-  }
-  if (collect_arguments(p, out)) {
-    collect_words(p, out, prefix);
   }
 }
 

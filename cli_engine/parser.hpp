@@ -45,6 +45,12 @@ void forget_nodes(parser &p);
 // As parser_get_available_nodes, but with the words that begin with the prefix alone.
 void get_available_nodes(parser &p, PtrVector *out, std::string_view prefix);
 
+// The keys and values among them. False when no word may follow: one of these is due, or there was no run.
+bool get_available_arguments(parser &p, PtrVector *out);
+
+// The words among which the others are, whatever their level; null when there are none.
+const cli_node_set *available_choices(const parser &p);
+
 }  // namespace cli_engine
 
 #endif
