@@ -36,6 +36,10 @@ cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, voi
     cli_engine::close_state(engine);
     return nullptr;
   }
+  return cli_engine::bring_up(engine, context);
+}
+
+cli *cli_engine::bring_up(cli *engine, void *context) {
   engine->initialized = 1;
   engine->context = context;
   if (engine->level == 0) {
@@ -43,8 +47,8 @@ cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, voi
   }
   parser_open(&engine->parser);
   pager_open(&engine->pager, -1, -1);
-  engine->pager.internal = &cli_engine::state_of(engine)->output;
-  cli_engine::list_init(engine->mode_stack);
+  engine->pager.internal = &state_of(engine)->output;
+  list_init(engine->mode_stack);
   cli_reset_subconfig(engine);
   parser_set_root(&engine->parser, &engine->root);
   cli_set_prompt(engine, nullptr, engine->prompt_name[0] == '\0' ? "cli" : nullptr, nullptr,
@@ -66,6 +70,9 @@ void cli_free(cli *engine) {
 }
 
 int cli_load_commands(cli *engine, validator_typesystem *types, json_t *definitions, json_t *privileges) {
+  if (cli_engine::state_of(engine) != nullptr && cli_engine::state_of(engine)->session != nullptr) {
+    cli_unload_commands(engine);  // others may use the language: nothing is added to it
+  }
   engine->current = &engine->root;
   if (!json_is_object(definitions)) {
     cli_engine::write_out(engine, "Cannot load command DM\n");
@@ -85,6 +92,7 @@ void cli_unload_commands(cli *engine) {
   if (cli_engine::EngineState *const state = cli_engine::state_of(engine)) {
     state->outcome.node = nullptr;
   }
+  cli_engine::leave_language(engine);
   cli_engine::node_free(&engine->root);
 }
 

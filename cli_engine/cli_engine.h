@@ -29,6 +29,7 @@
 
 #include "cli_engine/arguments.h"
 #include "cli_engine/completion.h"
+#include "cli_engine/language.h"
 #include "cli_engine/node.h"
 #include "cli_engine/outcome.h"
 #include "cli_engine/pager.h"

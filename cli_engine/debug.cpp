@@ -29,80 +29,112 @@ constexpr Brackets kContainerBrackets[] = {
 
 constexpr std::string_view kRepeatMarks[] = {"", "[,]", "[-]", "[,|-]"};
 
-void debug_space(DynString &buffer) {
-  if (buffer.len != 0 && std::string_view{" <[{"}.find(buffer.data[buffer.len - 1]) == std::string_view::npos) {
-    append(buffer, ' ');
-  }
-}
+// Appends to a buffer, in colour or not, and knows what it last showed.
+class Syntax {
+ public:
+  // `last` is what stands before, or NUL for nothing.
+  Syntax(DynString &out, bool colour, char last) : out_(out), colour_(colour), last_(last) {}
 
-void print_node_args(const cli_node &node, DynString &buffer);
+  void word(const cli_node &node) {
+    space();
+    named(node, kWordColour);
+    args(node);
+  }
 
-void print_container(const cli_node &node, DynString &buffer);
-
-void print_arg(const cli_node &node, DynString &buffer) {
-  debug_space(buffer);
-  const bool bracketed = node.type != TYPE_CONTAINER && cli_engine::is_optional(node);
-  if (bracketed) {
-    append(buffer, '[');
-  }
-  switch (node.type) {
-    case TYPE_KEY:
-      append(buffer, name_of(node));
-      print_node_args(node, buffer);
-      break;
-    case TYPE_VALUE:
-      append(buffer, '<');
-      append(buffer, name_of(node));
-      append(buffer, kRepeatMarks[node.value.repeat]);
-      append(buffer, '>');
-      break;
-    case TYPE_CONTAINER:
-      print_container(node, buffer);
-      break;
-    case TYPE_ALIAS:
-      append(buffer, '*');
-      append(buffer, name_of(node));
-      append(buffer, '=');
-      append(buffer, node.alias.alias);
-      break;
-    case TYPE_SUBCONFIG:
-    case TYPE_COMMAND:
-    case TYPE_WORD:
-      libglobal::require(false, "0", kSource, __func__);
-  }
-  if (bracketed) {
-    append(buffer, ']');
-  }
-}
-
-void print_container(const cli_node &node, DynString &buffer) {
-  const cli_node *const first = cli_engine::first_arg(&node);
-  if (first == nullptr) {
-    return;
-  }
-  const Brackets &brackets = kContainerBrackets[node.container.mode];
-  append(buffer, brackets.open);
-  for (const cli_node *arg = first; arg != nullptr; arg = arg->arg_link) {
-    if (arg != first) {
-      append(buffer, brackets.between);
+  void arg(const cli_node &node) {
+    space();
+    const bool bracketed = node.type != TYPE_CONTAINER && cli_engine::is_optional(node);
+    put(bracketed ? "[" : "");
+    switch (node.type) {
+      case TYPE_KEY:
+        named(node, kKeyColour);
+        args(node);
+        break;
+      case TYPE_VALUE:
+        put("<");
+        named(node, kValueColour);
+        put(kRepeatMarks[node.value.repeat]);
+        put(">");
+        break;
+      case TYPE_CONTAINER:
+        group(node);
+        break;
+      case TYPE_ALIAS:
+        put("*");
+        put(name_of(node));
+        put("=");
+        put(node.alias.alias);
+        break;
+      case TYPE_SUBCONFIG:
+      case TYPE_COMMAND:
+      case TYPE_WORD:
+        libglobal::require(false, "0", kSource, "print_arg");
     }
-    print_arg(*arg, buffer);
+    put(bracketed ? "]" : "");
   }
-  append(buffer, brackets.close);
-}
 
-void print_node_args(const cli_node &node, DynString &buffer) {
-  for (const cli_node *arg = cli_engine::first_arg(&node); arg != nullptr; arg = arg->arg_link) {
-    print_arg(*arg, buffer);
+  [[nodiscard]] std::size_t width() const { return width_; }
+
+ private:
+  static constexpr std::string_view kWordColour = "\033[32m";
+  static constexpr std::string_view kKeyColour = "\033[33m";
+  static constexpr std::string_view kValueColour = "\033[36m";
+
+  void put(std::string_view text) {
+    append(out_, text);
+    width_ += text.size();
+    last_ = text.empty() ? last_ : text.back();
+  }
+
+  void named(const cli_node &node, std::string_view colour) {
+    append(out_, colour_ ? colour : "");
+    put(name_of(node));
+    append(out_, colour_ ? "\033[m" : "");
+  }
+
+  void space() {
+    if (last_ != '\0' && std::string_view{" <[{"}.find(last_) == std::string_view::npos) {
+      put(" ");
+    }
+  }
+
+  void group(const cli_node &node) {
+    const cli_node *const first = cli_engine::first_arg(&node);
+    if (first == nullptr) {
+      return;
+    }
+    const Brackets &brackets = kContainerBrackets[node.container.mode];
+    put(brackets.open);
+    for (const cli_node *member = first; member != nullptr; member = member->arg_link) {
+      put(member == first ? "" : brackets.between);
+      arg(*member);
+    }
+    put(brackets.close);
+  }
+
+  void args(const cli_node &node) {
+    for (const cli_node *inner = cli_engine::first_arg(&node); inner != nullptr; inner = inner->arg_link) {
+      arg(*inner);
+    }
+  }
+
+  DynString &out_;
+  bool colour_;
+  char last_;
+  std::size_t width_ = 0;
+};
+
+void print_line(const cli_node &node, Syntax &syntax) {
+  if (node.parent != nullptr) {
+    print_line(*node.parent, syntax);
+    syntax.word(node);
   }
 }
 
 }  // namespace
 
 void cli_engine::append_word_syntax(const cli_node &node, DynString &buffer) {
-  debug_space(buffer);
-  append(buffer, name_of(node));
-  print_node_args(node, buffer);
+  Syntax(buffer, false, buffer.len == 0 ? '\0' : buffer.data[buffer.len - 1]).word(node);
 }
 
 namespace {
@@ -146,4 +178,17 @@ void cli_debug_dump(cli *engine) {
   const libglobal::DynStringOwner lines{dyn_string_new()};
   dump_node(engine, engine->root, *buffer, *lines);
   cli_engine::write_out(engine, *lines);
+}
+
+int cli_print_syntax(const cli_node *node, DynString *out, int colour) {
+  Syntax syntax(*out, colour != 0, '\0');
+  if (!cli_engine::is_choice_kind(*node)) {
+    syntax.arg(*node);
+  } else if (node->type != TYPE_ALIAS) {
+    print_line(*node, syntax);
+  } else {
+    print_line(*node->parent, syntax);
+    syntax.arg(*node);
+  }
+  return static_cast<int>(syntax.width());
 }

@@ -2,6 +2,7 @@
 #ifndef CLI_ENGINE_ENGINE_STATE_HPP
 #define CLI_ENGINE_ENGINE_STATE_HPP
 
+#include "cli_engine/language.hpp"
 #include "cli_engine/output.hpp"
 
 namespace cli_engine {
@@ -22,6 +23,7 @@ struct EngineState {
   Deferral deferral = Deferral::kImpossible;
   std::int32_t finish_result = 0;  // what cli_finish was given before the handler returned
   cli_outcome outcome{};           // of the last line
+  Session *session = nullptr;      // of an engine on a language that others may use too
 };
 
 // Null for an engine that is not up.
@@ -42,9 +44,21 @@ inline void begin_output(const cli *engine) {
   }
 }
 
+// Before marks, modes or the root's words are read or written for an engine: makes them its own. Costs nothing for an
+// engine with a tree of its own.
+inline void own_language(cli *engine) {
+  const EngineState *const state = state_of(engine);
+  if (state != nullptr && state->session != nullptr) [[unlikely]] {
+    take_over(engine);
+  }
+}
+
 // Makes and releases it.
 void open_state(cli *engine);
 void close_state(cli *engine);
+
+// What cli_init does when the tree is there.
+cli *bring_up(cli *engine, void *context);
 
 }  // namespace cli_engine
 

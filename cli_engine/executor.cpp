@@ -206,6 +206,7 @@ void list_available(cli *engine, DynString &text, bool failed) {
 }
 
 cli_node *match_line(cli *engine, const char *line, int cursor) {
+  own_language(engine);
   tokenizer_run(&engine->tokenizer, line, cursor);
   engine->parser.root = engine->current;  // the run marks it
   parser_error &error = state_of(engine->parser).error;

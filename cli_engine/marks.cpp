@@ -38,6 +38,9 @@ bool stands_below(const cli_node *node, const cli_node *mode) {
 
 Marks::~Marks() {
   clear();
+  for (const Kept &kept : kept_) {
+    json_decref(kept.value);
+  }
   std::free(nodes_);
   std::free(doomed_);
 }
@@ -64,6 +67,36 @@ void Marks::clear() {
     }
   }
   size_ = 0;
+}
+
+void Marks::park() {
+  for (std::size_t i = 0; i < size_; i++) {
+    if (cli_node *node = nodes_[i]) {
+      json_t *&value = node->value.value;
+      const bool has_value = node->type == TYPE_VALUE;
+      kept_.push_back({node, node->token, has_value ? value : nullptr, node->used, node->completed});
+      if (has_value) {
+        value = nullptr;
+      }
+      clear_marks(*node);
+      node->internal = nullptr;
+    }
+  }
+  size_ = 0;
+}
+
+void Marks::restore() {
+  for (const Kept &kept : kept_) {
+    cli_node &node = *kept.node;
+    node.used = kept.used;
+    node.completed = kept.completed;
+    node.token = kept.tok;
+    if (node.type == TYPE_VALUE) {
+      node.value.value = kept.value;
+    }
+    add(node);
+  }
+  kept_.clear();
 }
 
 // What is reached is decided before anything is cleared, since the marks themselves are the way.

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
+#include "cli_engine/vector.hpp"
 #include "libglobal/report.hpp"
 
 namespace cli_engine {
@@ -70,6 +71,14 @@ class Marks {
   // Forgets the modes at and below a node that is about to be released.
   void forget_modes(const cli_node &node);
 
+  // Takes every mark out of the tree and keeps it; puts them back.
+  void park();
+  void restore();
+
+  // The engine that shares its language with others, and the language whose tree this is; or null.
+  cli *sharer = nullptr;
+  cli_language *language = nullptr;
+
   // Takes a node that is being released off the list.
   static void strike(cli_node &node) {
     if (node.parent != nullptr && node.internal != nullptr) {
@@ -93,11 +102,20 @@ class Marks {
   }
   void grow();
 
+  struct Kept {
+    cli_node *node;
+    token *tok;
+    json_t *value;
+    std::uint8_t used;
+    std::uint8_t completed;
+  };
+
   cli_node **nodes_ = nullptr;  // null where a node was struck off
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
   std::vector<cli_node *, libglobal::ReportingAllocator<cli_node *>> modes_;
   cli_node **doomed_ = nullptr;  // scratch of clear_below, as large as nodes_
+  Vector<Kept> kept_;            // while another engine has the tree
 };
 
 }  // namespace cli_engine

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cli_engine/engine_state.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/prompt.hpp"
 #include "cli_engine/tokenizer.hpp"
@@ -77,6 +78,7 @@ struct OpenModes::Mode {
 };
 
 OpenModes::OpenModes(cli *engine) : engine_(engine) {
+  own_language(engine);
   for (const cli_node *mode = engine->mode_stack.first; mode != nullptr; mode = mode->subconfig.stack_link.next) {
     count_++;
   }
@@ -101,6 +103,7 @@ OpenModes::~OpenModes() {
 }
 
 void OpenModes::restore() {
+  own_language(engine_);
   while (engine_->mode_stack.first != nullptr) {
     leave(engine_);
   }
@@ -121,6 +124,7 @@ void OpenModes::restore() {
 }  // namespace cli_engine
 
 void cli_push_subconfig(cli *engine, cli_node *node) {
+  cli_engine::own_language(engine);
   if (!can_be_entered(engine, node)) {
     return;
   }
@@ -133,6 +137,7 @@ void cli_push_subconfig(cli *engine, cli_node *node) {
 }
 
 void cli_pop_subconfig(cli *engine) {
+  cli_engine::own_language(engine);
   if (engine->mode_stack.first == nullptr) {
     return;
   }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "cli_engine/language.hpp"
 #include "libglobal/report.hpp"
 
 // Records shared with hosts: a field moved by accident fails here. The documented sizes are those of 32-bit machines.
@@ -420,11 +421,14 @@ cli_node *cli_node_getn(cli_node *node, const char *name, size_t len) {
   if (node == nullptr || name == nullptr || len == 0) {
     return nullptr;
   }
-  const void *marks = cli_engine::tree_root(node)->internal;
+  const auto *const marks = static_cast<const cli_engine::Marks *>(cli_engine::tree_root(node)->internal);
   if (marks == nullptr) {
     return nullptr;  // nothing was ever marked
   }
-  return cli_engine::find_used(*static_cast<const cli_engine::Marks *>(marks), node, {name, len});
+  if (marks->sharer != nullptr) [[unlikely]] {
+    cli_engine::take_over(marks->sharer);
+  }
+  return cli_engine::find_used(*marks, node, {name, len});
 }
 
 cli_node *cli_node_find(cli_node *node, const char *path) {

@@ -73,7 +73,8 @@ struct cli_node_subconfig {
 /* TYPE_WORD */
 struct cli_node_word {
   struct cli_node_set choices; /* the words below */
-  cli_node *link;              /* borrowed: matching goes on there after this word ("do": the root); else null */
+  cli_node *link;              /* borrowed: matching goes on there after this word ("do": the root, or in a shared
+                                  language one that stands for it); else null */
   struct cli_node_list args;   /* at most one: a group stands for several */
 };
 

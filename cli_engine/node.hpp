@@ -290,6 +290,11 @@ void node_free(cli_node *node);
 // The marks of the tree that a node belongs to; made when they are first asked for.
 Marks &marks_of(cli_node *node);
 
+// As above for a root; null when there are none.
+inline Marks *marks_of_root(const cli_node &root) {
+  return static_cast<Marks *>(root.internal);
+}
+
 // Marks a mode and all that encloses it used.
 void mark_mode(Marks &marks, cli_node *mode);
 

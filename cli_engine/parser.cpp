@@ -152,7 +152,7 @@ class Run {
   cli_node *match_line() {
     marks_.clear();
     mark_mode(marks_, p_.root);
-    bind_enclosing_lines();
+    bind_open_lines(marks_, p_.root);
     token *first = first_token(&t_);
     if (first == nullptr) {
       record_error(p_, E_INCOMPLETE, nullptr, p_.root);
@@ -169,19 +169,6 @@ class Run {
   }
 
  private:
-  // What the lines that entered the open modes gave stays readable.
-  void bind_enclosing_lines() {
-    for (cli_node *mode = cli_get_parent_subconfig(p_.root); mode != nullptr; mode = cli_get_parent_subconfig(mode)) {
-      for (token *tok = mode->subconfig.tokens.first; tok != nullptr; tok = next_token(tok)) {
-        if (tok->node == nullptr) {
-          continue;
-        }
-        marks_.bind(*tok->node, tok);
-        update_tree_flags(marks_, tok->node, owner_of(tok->node));
-      }
-    }
-  }
-
   void accept(cli_node *node) {
     marks_.use(*node, p_.current_token);
     p_.last_node = node;
@@ -264,7 +251,8 @@ class Run {
 
   cli_node *take_word(cli_node *word, cli_node *node) {
     accept(word);
-    cli_node *reached = word->type == TYPE_WORD && word->word.link != nullptr ? word->word.link : word;
+    // Engines may share a tree: the link is taken to the root that has it now.
+    cli_node *reached = word->type == TYPE_WORD && word->word.link != nullptr ? tree_root(word) : word;
     if (node == p_.root && reached->parent != p_.root) {
       cli_node *mode = cli_get_parent_subconfig(reached);
       enter_enclosing_mode(mode == nullptr ? reached : mode, reached);
@@ -370,6 +358,18 @@ void get_available_nodes(parser &p, PtrVector *out, std::string_view prefix) {
   for (; child != nullptr; child = next_choice_with_prefix(*child, wanted)) {
     if (is_visible(p, *child)) {
       libglobal::append(*out, child);
+    }
+  }
+}
+
+void bind_open_lines(Marks &marks, cli_node *current) {
+  for (cli_node *mode = cli_get_parent_subconfig(current); mode != nullptr; mode = cli_get_parent_subconfig(mode)) {
+    for (token *tok = mode->subconfig.tokens.first; tok != nullptr; tok = next_token(tok)) {
+      if (tok->node == nullptr) {
+        continue;
+      }
+      marks.bind(*tok->node, tok);
+      update_tree_flags(marks, tok->node, owner_of(tok->node));
     }
   }
 }

@@ -39,6 +39,9 @@ int lookup_candidate(parser &p, cli_node *node);
 // Marks what an accepted key or value means for the groups above it, up to but without `stop`.
 void update_tree_flags(Marks &marks, cli_node *matched, const cli_node *stop);
 
+// Binds what the lines that entered the open modes gave: it stays readable.
+void bind_open_lines(Marks &marks, cli_node *current);
+
 // Forgets nodes that are about to be released.
 void forget_nodes(parser &p);
 

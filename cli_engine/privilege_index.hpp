@@ -4,11 +4,10 @@
 
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 #include "cli_engine/document.hpp"
 #include "cli_engine/faults.hpp"
-#include "libglobal/report.hpp"
+#include "cli_engine/vector.hpp"
 
 namespace cli_engine {
 
@@ -20,9 +19,6 @@ inline std::uint64_t hash(std::uint64_t seed, std::string_view text) {
   }
   return seed;
 }
-
-template <class T>
-using Vector = std::vector<T, libglobal::ReportingAllocator<T>>;
 
 class PrivilegeIndex {
  public:
