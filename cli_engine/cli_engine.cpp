@@ -22,6 +22,9 @@ void open_state(cli *engine) {
 }
 
 void close_state(cli *engine) {
+  if (cli_engine::EngineState *const state = cli_engine::state_of(engine)) {
+    cli_engine::drop_data(state->output.data);
+  }
   std::free(engine->internal);
   engine->internal = nullptr;
   engine->pager.internal = nullptr;

@@ -102,10 +102,13 @@ void call_handler(cli *engine, EngineState &state, cli_node *command) {
 
 void run_command(cli *engine, EngineState &state, cli_node *command, unsigned options) {
   const bool dry = (options & CLI_DRY_RUN) != 0;
-  if (!dry && (engine->flags & CLI_NO_ECHO) == 0) {
+  if (!dry && (engine->flags & CLI_DATA) != 0) [[unlikely]] {
+    begin_data(engine, state.output.data);
+  } else if (!dry && (engine->flags & CLI_NO_ECHO) == 0) {
     echo_line(engine);
   }
   if (!leave_modes_for_command(engine)) {
+    drop_data(state.output.data);
     state.outcome.kind = CLI_FAILED;
     return;
   }
@@ -233,7 +236,9 @@ void perform(cli *engine, EngineState &state, const char *line, cli_node *select
 }
 
 void end_command(cli *engine, EngineState &state, int result) {
-  if (engine->pager.lines.first != nullptr) {
+  if (writes_data(engine->pager)) [[unlikely]] {
+    end_data(engine, state.output.data);
+  } else if (engine->pager.lines.first != nullptr) {
     pager_show(&engine->pager);
   }
   state.outcome.kind = CLI_RAN;

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "cli_engine/cli_engine.h"
+#include "cli_engine/data.hpp"
 #include "libglobal/dyn_string.hpp"
 
 namespace cli_engine {
@@ -20,6 +21,7 @@ struct Output {
   bool refused = false;    // `write` takes no more of it
   bool signalled = false;  // SIGINT came while it was printed or captured
   unsigned answered = 0;   // the interrupts that ended a captured program: what it had to say is printed still
+  Data data{};             // of a command that writes data
   std::atomic<unsigned> interrupts{0};  // the calls of cli_interrupt, from signal handlers and other threads
 
   // Called before the first piece of a line's output.

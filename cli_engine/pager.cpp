@@ -364,6 +364,9 @@ int pager_feed_popen(pager *p, const char *command) {
 }
 
 void pager_show(pager *p) {
+  if (cli_engine::writes_data(*p)) {
+    return;  // the lines go into the command's document
+  }
   print_lines(*p, kAllLines);
   pager_clear(p);
 }
@@ -371,6 +374,9 @@ void pager_show(pager *p) {
 int pager_flush(pager *p) {
   if (p == nullptr) {
     return -1;
+  }
+  if (cli_engine::writes_data(*p)) {
+    return output_of(*p)->was_interrupted() ? -1 : 0;
   }
   const bool interrupted_now = print_lines(*p, kAllLines).interrupted;
   pager_clear(p);

@@ -3,7 +3,15 @@
  *
  * Texts of cells are copied; the strings of a style and the titles of a group are borrowed. Widths are byte counts.
  * Rows and columns are counted from 0; column -1 is the row's label. A row's number is its place as shown: sorting
- * changes it. */
+ * changes it.
+ *
+ * In the pager of an engine with CLI_DATA tables are not drawn. What a command gives becomes one JSON document, written
+ * on a line of its own when the command ends, in place of the echo and the pager's lines:
+ *
+ *     {"command": "show ports", "tables": [{"title": null, "rows": [{"Port": "1"}]}], "text": ["..."]}
+ *
+ * `rows` is what table_to_json gives, `title` that of a table in a group, `text` the lines that were fed. pager_show
+ * and pager_flush print nothing meanwhile. Bytes that are no UTF-8 become U+FFFD. */
 #ifndef CLI_ENGINE_TABLE_H
 #define CLI_ENGINE_TABLE_H
 

@@ -344,6 +344,9 @@ void draw_title(pager *p, const char *title) {
 using namespace cli_engine;
 
 void table_print(table *t, pager *p, int with_header) {
+  if (take_table(*p, nullptr, *t)) {
+    return;
+  }
   table_update_size(t);
   Drawing(*t, *p).draw(with_header != 0);
 }
@@ -367,6 +370,9 @@ void table_group_print(table_group *g, pager *p) {
   for (const table_group_entry &entry : entries_of(*g)) {
     if (entry.title == nullptr) {
       return;
+    }
+    if (take_table(*p, entry.title, *entry.table)) {
+      continue;
     }
     draw_title(p, entry.title);
     take_group_sizes(*entry.table, *g);
