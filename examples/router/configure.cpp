@@ -93,10 +93,10 @@ void remove(cli *engine, cli_node *command, const Place &place) {
   if (removed == 0 && !place.key.empty()) refuse(engine, "There is no such entry");
 }
 
-// A mode's handler writes to standard output itself, and its result decides whether the mode is entered.
+// A mode's handler shows what it says itself, and its result decides whether the mode is entered.
 int refuse_mode(cli *engine, const std::string &reason) {
-  router_of(engine).refusal = reason;
-  std::printf("%% %s\n", reason.c_str());
+  refuse(engine, "%s", reason.c_str());
+  pager_show(&engine->pager);
   return 1;
 }
 
@@ -171,8 +171,10 @@ ROUTER_HANDLER router_enter_interface(cli *engine, cli_node *mode) {
     return refuse_mode(engine, "VLAN " + vlan + " does not exist; make it with \"vlan " + vlan + "\" first");
   }
   const std::string name = entry.text("interface-name");
-  if (!name.empty() && if_nametoindex(name.c_str()) == 0)
-    std::printf("%s is not present on this machine\n", name.c_str());
+  if (!name.empty() && if_nametoindex(name.c_str()) == 0) {
+    router::say(engine, "%s is not present on this machine", name.c_str());
+    pager_show(&engine->pager);
+  }
   return router_enter(engine, mode);
 }
 

@@ -1,9 +1,6 @@
 #include "replay.hpp"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdio>
+#include <string_view>
 
 #include "router.hpp"
 
@@ -11,26 +8,19 @@ namespace router {
 
 namespace {
 
-// Standard output goes nowhere while this lives: the echo of a line is for those who type.
+// What the engine prints goes nowhere while this lives: the echo of a line is for those who type.
 class SilentOutput {
  public:
-  SilentOutput() : kept_((std::fflush(stdout), fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0))) {
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere < 0) return;
-    dup2(nowhere, STDOUT_FILENO);
-    close(nowhere);
+  explicit SilentOutput(cli *engine) : engine_(engine), write_(engine->write) {
+    engine->write = [](void *, const char *, size_t) { return 0; };
   }
-  ~SilentOutput() {
-    std::fflush(stdout);
-    if (kept_ < 0) return;
-    dup2(kept_, STDOUT_FILENO);
-    close(kept_);
-  }
+  ~SilentOutput() { engine_->write = write_; }
   SilentOutput(const SilentOutput &) = delete;
   SilentOutput &operator=(const SilentOutput &) = delete;
 
  private:
-  int kept_;
+  cli *engine_;
+  cli_write write_;
 };
 
 class FullPrivilege {
@@ -60,105 +50,61 @@ const char *message_of(int code) {
   }
 }
 
-std::string reason_of(const parser_error &error) {
-  const std::string message = message_of(error.errcode);
-  return error.token == nullptr ? message : message + " at '" + error.token->text + "'";
+std::string reason_of(const cli_outcome &outcome, std::string_view line) {
+  if (outcome.column + outcome.length > line.size()) return "A zero byte inside the line";
+  const std::string message = message_of(outcome.errcode);
+  if (outcome.length == 0) return message;
+  return message + " at '" + std::string(line.substr(outcome.column, outcome.length)) + "'";
 }
 
-bool belongs_to_configuration(const cli_node *node) {
-  while (node->parent != nullptr && node->parent->parent != nullptr) node = node->parent;
-  return node->name != nullptr && std::string_view(node->name) == "configure";
+// What is wrong with a line, or "".
+std::string fault_of(const cli_outcome &outcome, std::string_view line, const std::string &refusal) {
+  switch (outcome.kind) {
+    case CLI_SKIPPED:
+      if (outcome.interrupted != 0) return "Left out after an interrupt";
+      return outcome.errcode == E_OK && outcome.node == nullptr ? "" : "Left out with the line that it belongs to";
+    case CLI_LISTED:
+      return message_of(E_INCOMPLETE);
+    case CLI_REFUSED:
+      return refusal.empty() ? "Not a configuration command" : refusal;
+    case CLI_FAILED:
+      return reason_of(outcome, line);
+    default:
+      return refusal;
+  }
 }
 
-// Executes one line, unless what it selects has no place in a configuration. Returns "" or what is wrong with it.
-std::string execute(cli *engine, const std::string &line) {
-  if (line.find('\0') != std::string::npos) return "A zero byte inside the line";
-  tokenizer_run(&engine->tokenizer, line.c_str(), -1);
-  parser_set_root(&engine->parser, engine->current);
-  const cli_node *selected = parser_run(&engine->parser, &engine->tokenizer, nullptr);
-  if (selected == nullptr) return reason_of(*engine->parser.error);
-  if (selected->type == TYPE_WORD) return "Incomplete command";
-  if (!belongs_to_configuration(selected)) return "Not a configuration command";
-  router_of(engine).refusal.clear();
-  cli_execute(engine, line.c_str());
-  if (engine->parser.error->errcode != E_OK) return reason_of(*engine->parser.error);
-  return router_of(engine).refusal;
-}
-
-bool is_comment(const std::string &line) {
-  const size_t first = line.find_first_not_of(" \t\v\f");
-  return first == std::string::npos || line[0] == '!' || line[0] == '#';
-}
-
-// Keeps the modes in step with the indentation, so that one bad line does not take the lines around it along: lines
-// below a mode that could not be entered are left out, and a mode that lost its "exit" ends with its indented lines.
-// Files without indentation are taken as they are.
-class Block {
- public:
-  explicit Block(cli *engine) : engine_(engine) {}
-
-  // Returns "" or what is wrong with the line.
-  std::string apply(const std::string &line) {
-    const size_t indent = line.find_first_not_of(" \t");
-    if (failed_ != kNone && indent > failed_) return "Left out with the line that it belongs to";
-    open(indent);
-    std::string wrong = execute(engine_, line);
-    failed_ = wrong.empty() ? kNone : indent;
-    close();
-    return wrong;
-  }
-
- private:
-  static constexpr size_t kNone = static_cast<size_t>(-1);
-
-  // Goes back to the mode that a line of this indentation belongs to.
-  void open(size_t indent) {
-    while (margins_.size() > depth()) margins_.pop_back();
-    while (!margins_.empty() && margins_.back() != kNone && margins_.back() > indent) {
-      margins_.pop_back();
-      cli_pop_subconfig(engine_);
-    }
-    if (!margins_.empty() && margins_.back() == kNone) margins_.back() = indent;
-    if (engine_->current == &engine_->root) cli_execute(engine_, "configure terminal");
-  }
-
-  void close() {
-    while (margins_.size() > depth()) margins_.pop_back();
-    while (margins_.size() < depth()) margins_.push_back(kNone);
-  }
-
-  // Modes open below "configure".
-  [[nodiscard]] size_t depth() const {
-    size_t modes = 0;
-    for (cli_node *mode = engine_->current; mode != nullptr && mode != &engine_->root; ++modes)
-      mode = cli_get_parent_subconfig(mode);
-    return modes > 0 ? modes - 1 : 0;
-  }
-
-  cli *engine_;
-  std::vector<size_t> margins_;  // of the lines inside each open mode, kNone before the first one
-  size_t failed_ = kNone;        // indentation of the failed line whose block is left out
+struct Report {
+  cli *engine;
+  const std::string &name;
+  int faults = 0;
 };
+
+void report_line(void *data, size_t number, const char *line, const cli_outcome *outcome) {
+  Report &told = *static_cast<Report *>(data);
+  std::string &refusal = router_of(told.engine).refusal;
+  const std::string fault = fault_of(*outcome, line, refusal);
+  refusal.clear();
+  if (fault.empty()) return;
+  report(told.name + ':' + std::to_string(number) + ": " + fault);
+  ++told.faults;
+}
 
 }  // namespace
 
-int replay(cli *engine, const std::string &name, const std::vector<std::string> &lines) {
-  const SilentOutput silence;
+int replay(cli *engine, const std::string &name, const std::string &content) {
+  const SilentOutput silence(engine);
   const FullPrivilege privilege(engine);
-  Block block(engine);
-  int number = 0;
-  int reported = 0;
-  for (const std::string &line : lines) {
-    ++number;
-    if (is_comment(line)) continue;
-    const std::string wrong = block.apply(line);
-    if (wrong.empty()) continue;
-    report(name + ':' + std::to_string(number) + ": " + wrong);
-    ++reported;
+  Report told{engine, name};
+  cli_outcome entered;
+  cli_run(engine, "configure terminal", 0, &entered);
+  if (entered.kind != CLI_ENTERED) {
+    report(name + ": The configuration mode cannot be entered");
+    return 1;
   }
+  cli_replay(engine, content.data(), content.size(), CLI_STAY, report_line, &told);
   cli_reset_subconfig(engine);
-  router_of(engine).refusal.clear();
-  return reported;
+  return told.faults;
 }
 
 }  // namespace router

@@ -161,7 +161,7 @@ void cli_shell_start(cli *engine) {
     if (parser_get_privilege(&engine->parser) > router::kUserLevel) set_level(engine, router::kUserLevel);
     return;
   }
-  router_of(engine).incomplete = router::replay(engine, path, router::split_lines(content)) > 0;
+  router_of(engine).incomplete = router::replay(engine, path, content) > 0;
   router::renew_prompt(engine);
 }
 
