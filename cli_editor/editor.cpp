@@ -61,6 +61,12 @@ void Editor::forget_input() {
 std::string Editor::take_output() {
   return machine_->take_output();
 }
+std::string Editor::take_pending() {
+  return machine_->take_pending();
+}
+bool Editor::holds_lines() const {
+  return machine_->holds_lines();
+}
 bool Editor::is_reading() const {
   return machine_->is_reading();
 }

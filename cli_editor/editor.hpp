@@ -117,7 +117,9 @@ class Editor {
   void forget_input();   // drops what is not attended to yet, lines of a paste included
 
   // ---- Out
-  std::string take_output();  // draws what has changed
+  std::string take_output();   // draws what has changed
+  std::string take_pending();  // what is due without drawing, behind step_aside()
+  bool holds_lines() const;    // lines of a paste wait
   bool is_reading() const;
   const std::string &line() const;
   size_t cursor() const;

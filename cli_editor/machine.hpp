@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli_editor/editor.hpp"
@@ -57,6 +58,8 @@ class Machine {
   void forget_screen();
   void forget_input();
   std::string take_output();
+  std::string take_pending() { return std::exchange(out_, {}); }
+  bool holds_lines() const { return pasted_taken_ < pasted_.size(); }
   bool is_reading() const { return reading_; }
   const Line &line() const { return line_; }
 

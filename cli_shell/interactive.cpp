@@ -8,7 +8,6 @@
 #include "cli_shell/history.hpp"
 #include "cli_shell/line_editor.hpp"
 #include "cli_shell/raw_write.hpp"
-#include "cli_shell/wide_text.hpp"
 #include "cli_shell/words.hpp"
 
 namespace cli_shell {
@@ -23,9 +22,13 @@ EditorHooks hooks_of(Shell &shell) {
   hooks.prompt = [&shell] { return shell.prompt(); };
   hooks.help = [&shell](const std::string &before_cursor) { shell.help(before_cursor); };
   hooks.complete = [&shell](const std::string &before_cursor) {
-    Completion completion = shell.complete(before_cursor);
-    return Choices{completion.start, std::move(completion.words)};
+    const Completion completion = shell.complete(before_cursor);
+    cli_editor::Choices choices{completion.start, {}};
+    for (const std::string &word : completion.words) choices.words.push_back({word, ""});
+    return choices;
   };
+  hooks.at_top = [&shell] { return shell.at_top(); };
+  hooks.colours = shell.colours();
   return hooks;
 }
 
@@ -80,7 +83,6 @@ bool leaves_unasked(Shell &shell, const std::string &line) {
 }  // namespace
 
 int run_interactive(Shell &shell) {
-  use_character_set_of_user();
   LineEditor editor(hooks_of(shell), stdin, stdout);
   TypedLines typed(shell, editor);
   bool left = false;

@@ -1,30 +1,25 @@
-// Reads lines at a terminal with libedit, whose keys and configuration (~/.editrc) are the user's own. What is added
-// to it: "?" and Tab ask the host, Ctrl-C, Ctrl-D and Ctrl-Z mean what they mean on a network device, pasted text is
-// taken as text, and signals are attended to while a key is awaited.
-//
-// The editor knows no command language: what it needs it asks for through EditorHooks.
+// Reads lines at a terminal: the line editor (cli_editor/editor.hpp) between a terminal device and the host's hooks.
 #ifndef CLI_SHELL_LINE_EDITOR_HPP
 #define CLI_SHELL_LINE_EDITOR_HPP
 
 #include <cstdio>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <string>
-#include <vector>
+
+#include "cli_editor/editor.hpp"
+#include "cli_shell/terminal_signals.hpp"
 
 namespace cli_shell {
-
-// Words that fit at the cursor.
-struct Choices {
-  size_t start = 0;                // they replace the line from this byte on
-  std::vector<std::string> words;  // as they stand in the line, with the blank that must follow, in order of listing
-};
 
 struct EditorHooks {
   std::function<std::string()> prompt;
   // Prints what may follow. The terminal is in its ordinary modes meanwhile.
   std::function<void(const std::string &before_cursor)> help;
-  std::function<Choices(const std::string &before_cursor)> complete;
+  std::function<cli_editor::Choices(const std::string &before_cursor)> complete;
+  std::function<bool()> at_top;  // where Ctrl-Z has nothing to leave
+  std::function<cli_editor::Look(const std::string &line)> look;
+  bool colours = false;
 };
 
 // What reading a line came to.
@@ -44,24 +39,48 @@ struct Input {
 class LineEditor {
  public:
   LineEditor(EditorHooks hooks, FILE *in, FILE *out);
-  ~LineEditor();  // gives the terminal its modes back; input that waits is kept
   LineEditor(const LineEditor &) = delete;
   LineEditor &operator=(const LineEditor &) = delete;
 
   Input read();
 
+  // Asks for an answer while a command runs; nothing when the user leaves the question.
+  std::optional<std::string> ask(const std::string &question, bool echo);
+
   // Whether lines of a paste wait.
-  bool has_pasted() const;
+  bool has_pasted() const { return editor_.holds_lines(); }
 
   // Drops the lines of a paste that have not been read yet: the user broke off the one that ran.
   void forget_pasted();
 
   // Makes a line available to the keys that recall earlier ones.
-  void remember(const std::string &line);
+  void remember(const std::string &line) { editor_.remember(line); }
 
  private:
-  class Session;
-  std::unique_ptr<Session> session_;
+  enum class Woken { kEvent, kAbandon, kEnd };
+
+  void begin();
+  std::optional<std::string> answer_to(const std::string &question, bool echo);
+  bool interrupts_pasted();
+  std::optional<Input> attend(const cli_editor::Event &event);
+  Input submit_keyed(const char *line);
+  Woken next_event(cli_editor::Event &event);
+  bool attend_to_signals(bool &abandoned);
+  void complete(const std::string &before_cursor);
+  void show_help(const std::string &before_cursor);
+  void edit_elsewhere(const std::string &line);
+  void send();
+  void resize();
+
+  EditorHooks hooks_;
+  int terminal_;
+  int out_;
+  bool edits_;  // both sides are a terminal
+  bool sequences_;
+  TerminalSignals signals_;
+  cli_editor::Editor editor_;
+  bool end_due_ = false;  // by Ctrl-Z, behind the line that stood there
+  Input outcome_{};       // of what ended the reading by itself
 };
 
 }  // namespace cli_shell

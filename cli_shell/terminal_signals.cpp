@@ -1,10 +1,15 @@
 #include "cli_shell/terminal_signals.hpp"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <termios.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <ctime>
+
+#include "cli_shell/raw_write.hpp"
 
 namespace cli_shell {
 
@@ -21,16 +26,44 @@ struct HandlerState {
   int terminal = -1;
   bool has_modes = false;
   termios modes{};
+  volatile std::sig_atomic_t marks_pastes = 0;
 };
 HandlerState state;
 
 constexpr int kNoted[] = {SIGINT, SIGTSTP, SIGCONT, SIGWINCH, SIGHUP, SIGTERM};
 
-void set_modes_back(int when) {
-  if (state.has_modes) {
-    while (tcsetattr(state.terminal, when, &state.modes) != 0 && errno == EINTR) {
-    }
+constexpr std::string_view kPastesOn = "\033[?2004h";
+constexpr std::string_view kPastesOff = "\033[?2004l";
+
+void change_modes(const termios &modes, int when) {
+  while (tcsetattr(state.terminal, when, &modes) != 0 && errno == EINTR) {
   }
+}
+
+void mark_pastes(bool on) {
+  if ((state.marks_pastes != 0) == on) return;
+  state.marks_pastes = on ? 1 : 0;
+  write_all(STDOUT_FILENO, on ? kPastesOn : kPastesOff);
+}
+
+// In signal handlers, too.
+void set_modes_back(int when) {
+  if (!state.has_modes) return;
+  mark_pastes(false);
+  change_modes(state.modes, when);
+}
+
+void set_modes_back_at_exit() {
+  set_modes_back(TCSANOW);
+}
+
+struct sigaction abort_before {};
+
+// What else is done before the process dies of it is done after this.
+void set_modes_back_on_abort(int signal) {
+  set_modes_back(TCSANOW);
+  sigaction(signal, &abort_before, nullptr);
+  if (abort_before.sa_handler != SIG_DFL && abort_before.sa_handler != SIG_IGN) abort_before.sa_handler(signal);
 }
 
 // Ends the process by the signal whose handler is running, as soon as that returns.
@@ -102,6 +135,11 @@ TerminalSignals::TerminalSignals(int terminal) {
   state.terminal = terminal;
   state.has_modes = tcgetattr(terminal, &state.modes) == 0;
   take_notes();
+  static const int registered = std::atexit(set_modes_back_at_exit);
+  static_cast<void>(registered);
+  struct sigaction abort_action {};
+  abort_action.sa_handler = set_modes_back_on_abort;
+  sigaction(SIGABRT, &abort_action, &abort_before);
   const struct sigaction action = noting();
   for (size_t i = 0; i < sizeof kHandled / sizeof *kHandled; i++) {
     saved_[i].signal = kHandled[i];
@@ -112,6 +150,9 @@ TerminalSignals::TerminalSignals(int terminal) {
 }
 
 TerminalSignals::~TerminalSignals() {
+  set_modes(Modes::kBefore, false);
+  state.has_modes = false;
+  sigaction(SIGABRT, &abort_before, nullptr);
   for (const Saved &saved : saved_) sigaction(saved.signal, &saved.action, nullptr);
 }
 
@@ -163,8 +204,35 @@ void TerminalSignals::stop_process() {
   state.resumed = 0;
 }
 
-void TerminalSignals::restore_terminal() {
-  set_modes_back(TCSADRAIN);
+void TerminalSignals::set_modes(Modes modes, bool pastes) {
+  if (!state.has_modes) return;
+  termios wanted = state.modes;
+  if (modes == Modes::kQuiet) {
+    wanted.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL);
+    wanted.c_cc[VSUSP] = _POSIX_VDISABLE;
+  } else if (modes == Modes::kRaw) {
+    wanted.c_iflag &= ~static_cast<tcflag_t>(BRKINT | ICRNL | INLCR | IGNCR | ISTRIP | IXON);
+    wanted.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL | ICANON | ISIG | IEXTEN);
+    wanted.c_cc[VMIN] = 1;
+    wanted.c_cc[VTIME] = 0;
+  }
+  if (!pastes) mark_pastes(false);
+  change_modes(wanted, TCSADRAIN);
+  if (pastes) mark_pastes(true);
+}
+
+bool TerminalSignals::has_input() const {
+  int waiting = 0;
+  return ioctl(state.terminal, FIONREAD, &waiting) == 0 && waiting > 0;
+}
+
+// One byte at a time: what follows the line belongs to the command that the line starts.
+bool TerminalSignals::read_byte(char &byte) {
+  for (;;) {
+    const ssize_t count = read(state.terminal, &byte, 1);
+    if (count == 1) return true;
+    if (count == 0 || (errno != EINTR && errno != EAGAIN)) return false;
+  }
 }
 
 TerminalSignals::Editing::Editing() {

@@ -1,5 +1,5 @@
-// The signals of a session at a terminal. Handlers only take note of them; the editor attends to the notes while it
-// waits for a key, so that nothing runs at a moment that the editor does not choose.
+// The terminal of a session: its modes and the signals. Handlers only take note of these; the editor attends to the
+// notes while it waits for a key, so that nothing runs at a moment that the editor does not choose.
 #ifndef CLI_SHELL_TERMINAL_SIGNALS_HPP
 #define CLI_SHELL_TERMINAL_SIGNALS_HPP
 
@@ -16,9 +16,10 @@ struct SignalNotes {
   int ending = 0;  // SIGHUP or SIGTERM; 0 for none
 };
 
-// Handles the session's signals while it lives; one at a time in a process. SIGINT and SIGQUIT never end the session.
-// SIGHUP and SIGTERM end it: at once between lines, after the terminal got back the modes that it had when this was
-// made; while a line is edited they are noted, for the editor to return in order.
+// Handles the session's signals and sets the terminal's modes while it lives; one at a time in a process. However the
+// process ends, assertion reports included, the terminal gets back the modes that it had before. SIGINT and SIGQUIT
+// never end the session. SIGHUP and SIGTERM end it: at once between lines, after the terminal got back the modes that
+// it had when this was made; while a line is edited they are noted, for the editor to return in order.
 class TerminalSignals {
  public:
   explicit TerminalSignals(int terminal);
@@ -37,8 +38,17 @@ class TerminalSignals {
   // Stops the process as SIGTSTP does where it is not handled; returns when it goes on.
   void stop_process();
 
-  // Gives the terminal back its modes of the beginning. Input that waits is kept.
-  void restore_terminal();
+  // Input that waits is kept by every change of modes.
+  enum class Modes {
+    kBefore,  // as they were when this was made
+    kQuiet,   // the same without echo, for the time between lines: what is typed ahead waits unseen, Ctrl-Z is kept
+    kRaw,     // every byte comes as it is
+  };
+  // `pastes`: the terminal marks pasted text.
+  void set_modes(Modes modes, bool pastes);
+
+  bool has_input() const;
+  bool read_byte(char &byte);  // false when the terminal is gone
 
   // The time in which a line is edited.
   class Editing {

@@ -88,7 +88,7 @@ if(CMAKE_CROSSCOMPILING)
   # dpkg-shlibdeps asks the packages of this machine, which has none of that architecture.
   set(runtime_libraries "libc6 (>= 2.34), libjansson4 (>= 2.14)")
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${runtime_libraries}")
-  set(shell_libraries ", ${runtime_libraries}, libcrypt1, libgcc-s1 (>= 3.5), libstdc++6 (>= 11), libedit2 (>= 3.1-20140620-0), libre2-9 (>= 20220601+dfsg)")
+  set(shell_libraries ", ${runtime_libraries}, libcrypt1, libgcc-s1 (>= 3.5), libstdc++6 (>= 11), libre2-9 (>= 20220601+dfsg)")
 else()
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()

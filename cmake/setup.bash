@@ -1,6 +1,6 @@
 # Sourced by ./run and ./test: gets what the build needs, on Debian, and builds. All that is said goes to standard error.
 
-packages_for_building=(g++ cmake ninja-build pkg-config libjansson-dev rapidjson-dev libedit-dev libre2-dev libgtest-dev libgmock-dev)
+packages_for_building=(g++ cmake ninja-build pkg-config libjansson-dev rapidjson-dev libre2-dev libgtest-dev libgmock-dev)
 packages_for_tests=(python3 python3-pexpect python3-jsonschema)
 
 say() { printf '%s: %s\n' "${0##*/}" "$*" >&2; }

@@ -1,7 +1,7 @@
 # Sourced by ./test: the libraries of another architecture, unpacked beside the build. The packages of this machine and
 # its list of architectures are not touched.
 
-sysroot_packages=(libc6 libgcc-s1 libstdc++6 libjansson4 libjansson-dev rapidjson-dev libgtest-dev libgmock-dev libedit2 libedit-dev
+sysroot_packages=(libc6 libgcc-s1 libstdc++6 libjansson4 libjansson-dev rapidjson-dev libgtest-dev libgmock-dev
   libre2-9 libre2-dev libbsd0 libmd0 libtinfo6 libcrypt1 libcrypt-dev)
 
 # make_sysroot ARCHITECTURE FOLDER : does nothing when the folder holds just these packages.

