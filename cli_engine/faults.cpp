@@ -1,60 +1,30 @@
 #include "cli_engine/faults.hpp"
 
 #include <algorithm>
-#include <array>
 
 #include "cli_engine/node.hpp"
 #include "cli_engine/text_document.hpp"
+#include "libglobal/resembling.hpp"
 
 namespace cli_engine {
 namespace {
 
 constexpr std::size_t kLongestShown = 100;
-constexpr std::size_t kLongestResembled = 32;
 
 std::string_view bare(std::string_view name) {
   return name.starts_with('#') ? name.substr(1) : name;
 }
 
-// Insertions, removals, replacements and swaps of neighbours that lead from one name to the other. Both are short.
-std::size_t distance(std::string_view a, std::string_view b) {
-  using Row = std::array<std::size_t, kLongestResembled + 1>;
-  std::array<Row, kLongestResembled + 1> steps{};
-  for (std::size_t i = 0; i <= a.size(); i++) {
-    for (std::size_t j = 0; j <= b.size(); j++) {
-      if (i == 0 || j == 0) {
-        steps.at(i).at(j) = i + j;
-        continue;
-      }
-      std::size_t fewest = steps.at(i - 1).at(j - 1) + (fold(a[i - 1]) == fold(b[j - 1]) ? 0U : 1U);
-      fewest = std::min({fewest, steps.at(i - 1).at(j) + 1, steps.at(i).at(j - 1) + 1});
-      if (i > 1 && j > 1 && fold(a[i - 1]) == fold(b[j - 2]) && fold(a[i - 2]) == fold(b[j - 1])) {
-        fewest = std::min(fewest, steps.at(i - 2).at(j - 2) + 1);
-      }
-      steps.at(i).at(j) = fewest;
-    }
-  }
-  return steps.at(a.size()).at(b.size());
-}
-
-// Short names are near to too many others.
-bool resembles(std::string_view name, std::string_view known) {
-  if (name.size() > kLongestResembled || known.size() > kLongestResembled) {
-    return false;
-  }
-  const std::size_t allowed = known.size() >= 6 ? 2 : known.size() >= 5 ? 1 : 0;
-  return distance(name, known) <= allowed;
-}
-
 }  // namespace
 
-void Faults::add(Source source, std::uint32_t offset, const char *rule, const char *path, const char *text) {
-  errors_++;
+void Faults::add(Source source, std::int32_t severity, std::uint32_t offset, const char *rule, const char *path,
+                 const char *text) {
+  errors_ += severity == CLI_ERROR ? 1U : 0U;
   if (report_ == nullptr) {
     return;
   }
   const Document &document = documents_[static_cast<std::size_t>(source)];
-  cli_fault fault{CLI_ERROR, document.file, 0, 0, path, rule, text};
+  cli_fault fault{severity, document.file, 0, 0, path, rule, text};
   if (document.text != nullptr && offset != kNoOffset) {
     document.text->find_line(offset, fault.line, fault.column);
   }
@@ -131,7 +101,7 @@ void Reporter::finish(std::uint32_t offset, const char *rule, const DynString &t
   if (frame_ != nullptr) {
     append_path(*path, *frame_);
   }
-  faults_->add(source_, offset, rule, dyn_string_text(path.get()), dyn_string_text(&text));
+  faults_->add(source_, severity_, offset, rule, dyn_string_text(path.get()), dyn_string_text(&text));
 }
 
 void Reporter::put(DynString &out, std::string_view text) {
@@ -179,14 +149,15 @@ std::string_view resembled_type(std::string_view name, std::span<const std::stri
   if (beginnings == 1) {
     return begun;
   }
-  const auto near =
-      std::find_if(known.begin(), known.end(), [&](std::string_view other) { return resembles(name, other); });
+  const auto near = std::find_if(known.begin(), known.end(),
+                                 [&](std::string_view other) { return libglobal::resembles(name, other); });
   return near == known.end() ? std::string_view{} : *near;
 }
 
 const MemberRow *resembled_member(std::string_view name, std::span<const MemberRow> known) {
-  const auto near = std::find_if(known.begin(), known.end(),
-                                 [&](const MemberRow &row) { return resembles(bare(name), bare(row.name)); });
+  const auto near = std::find_if(known.begin(), known.end(), [&](const MemberRow &row) {
+    return libglobal::resembles(bare(name), bare(row.name));
+  });
   return near == known.end() ? nullptr : &*near;
 }
 

@@ -31,7 +31,8 @@ class Faults {
     documents_[static_cast<std::size_t>(source)] = {file, text};
   }
 
-  void add(Source source, std::uint32_t offset, const char *rule, const char *path, const char *text);
+  void add(Source source, std::int32_t severity, std::uint32_t offset, const char *rule, const char *path,
+           const char *text);
 
   [[nodiscard]] std::size_t errors() const { return errors_; }
 
@@ -64,7 +65,8 @@ struct Quoted {
 // Makes messages about one place. Whoever finds faults is given one, or null: then they end the process.
 class Reporter {
  public:
-  Reporter(Faults *faults, Source source, const Frame *frame) : faults_(faults), source_(source), frame_(frame) {}
+  Reporter(Faults *faults, Source source, const Frame *frame, std::int32_t severity = CLI_ERROR)
+      : faults_(faults), source_(source), severity_(severity), frame_(frame) {}
 
   // A sentence of texts, Quoted ones and numbers about a value; about the whole place for nothing.
   template <class... Pieces>
@@ -92,6 +94,7 @@ class Reporter {
 
   Faults *faults_;
   Source source_;
+  std::int32_t severity_;
   const Frame *frame_;
 };
 

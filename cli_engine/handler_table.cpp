@@ -5,6 +5,11 @@
 #include <utility>
 
 namespace cli_engine {
+namespace {
+
+constexpr std::string_view kAnyHandler = "*";
+
+}  // namespace
 
 HandlerTable::HandlerTable(const cli_handler_entry *rows, bool rows_only) : rows_only_(rows_only) {
   entries_.resize(64);
@@ -52,6 +57,9 @@ cli_handler HandlerTable::find(const char *name) {
   Entry &place = place_of(name);
   if (place.name != nullptr) {
     return place.handler;
+  }
+  if (const Entry &any = place_of(kAnyHandler); any.name != nullptr) {
+    return any.handler;
   }
   if (rows_only_) {
     return nullptr;

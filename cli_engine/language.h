@@ -40,7 +40,7 @@ enum {
 
 /* What is wrong with a document, and where. All texts are borrowed for the call of the report. */
 typedef struct cli_fault {
-  int32_t severity;      /* CLI_ERROR, CLI_WARNING, CLI_NOTE; loading reports errors */
+  int32_t severity;      /* CLI_ERROR, CLI_WARNING, CLI_NOTE */
   const char *file;      /* as given, or null for documents handed over as JSON */
   uint32_t line, column; /* 1-based, in bytes; 0 when unknown */
   const char *path; /* the keys down to the place: "configure terminal / interface / #args[0]"; "" for the document */
@@ -63,10 +63,11 @@ typedef struct cli_language_source {
 } cli_language_source;
 
 /* Reads both files and loads them. Every fault is reported, as far as reading on is of use; `report` may be null. Null
- * when there was an error. Prints nothing and never ends the process, but for exhausted memory. The registry must
- * outlive the language. Nodes have no `definition`: see cli_node_definition. The file of the definitions stays open:
- * definitions and places are read from it again when they are asked for. One that is replaced by a new file (as good
- * tools write) stays what it was; of one that is written over, nothing is told any more. */
+ * when there was an error; warnings tell what will not be in the tree: words that an equal one before them hides, and
+ * entries of the privilege table without a command. Prints nothing and never ends the process, but for exhausted
+ * memory. The registry must outlive the language. Nodes have no `definition`: see cli_node_definition. The file of the
+ * definitions stays open: definitions and places are read from it again when they are asked for. One that is replaced
+ * by a new file (as good tools write) stays what it was; of one that is written over, nothing is told any more. */
 CLI_API cli_language *cli_language_load(validator_typesystem *types, const cli_language_source *source,
                                         cli_report report, void *data);
 

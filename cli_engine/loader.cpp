@@ -178,6 +178,13 @@ class Loader {
         privileges_(source.privileges, source.faults),
         outer_(!privileges_.empty()) {}
 
+  // Entries without a command; what is behind a fault would be among them.
+  void report_unmatched_privileges() const {
+    if (!ends_process() && faults_->errors() == 0) {
+      privileges_.report_unmatched(faults_);
+    }
+  }
+
   // Every definition of an object, below engine->current.
   void import_subconfig(const Value &definitions, const Frame *outer) {
     definitions.for_each_member([&](const Member &member) {
@@ -305,7 +312,13 @@ class Loader {
     if (!has_place) {
       node->parent = parent;
     }
-    return {node, commands, has_sound_prompt ? prompt : Value{}, has_place && append_node_choice(parent, node)};
+    const bool is_reachable = has_place && append_node_choice(parent, node);
+    if (has_place && !is_reachable && !ends_process()) {
+      Reporter(faults_, Source::kDefinitions, &frame, CLI_WARNING)
+          .add_at(offset_of(member), "unreachable-name", "cannot be reached: the word ",
+                  Quoted{name_of(*find_choice(*choices_of(*parent), name_of(*node)))}, " is declared before it");
+    }
+    return {node, commands, has_sound_prompt ? prompt : Value{}, is_reachable};
   }
 
   static std::uint32_t offset_of(const Member &member) {
@@ -317,17 +330,17 @@ class Loader {
     cli_node *parent = engine_->current;
     while (parent != nullptr) {
       const std::size_t start = path.find_first_not_of(' ');
-      if (start == std::string_view::npos) {
-        return parent;
-      }
-      path.remove_prefix(start);
-      const std::string_view word = path.substr(0, path.find(' '));
       const cli_node_set *choices = choices_of(*parent);
       if (choices == nullptr && !ends_process()) {
         const Place place(faults_, frame);
         place.add_at(offset_of(member), "unknown-path", "the path leads through the alias ", Quoted{name_of(*parent)});
         return nullptr;
       }
+      if (start == std::string_view::npos) {
+        return parent;
+      }
+      path.remove_prefix(start);
+      const std::string_view word = path.substr(0, path.find(' '));
       libglobal::require(choices != nullptr, "choices", kSource, "find_node");
       cli_node *next = find_choice(*choices, word);
       if (next == nullptr && !ends_process()) {
@@ -410,8 +423,11 @@ class Loader {
       lookup_prompt = mode_prompt;
     }
     // A reload does not check all variants: the chosen one may lack its value, which is reported when the node is made.
-    const PrivilegeIndex::Entry *entry =
+    PrivilegeIndex::Entry *entry =
         lookup_prompt == nullptr ? nullptr : privileges_.find(lookup_prompt, outer_.text(), outer_.hash(), key);
+    if (entry != nullptr) {
+      entry->is_matched = true;
+    }
     const int32_t privilege = entry != nullptr && entry->level >= 1 ? entry->level : parent.privilege;
     if (privilege >= 0 && privilege <= kHighestPrivilege) [[likely]] {
       return privilege;
@@ -644,7 +660,9 @@ class Loader {
 }  // namespace
 
 void load_tree(cli *engine, const LoadSource &source) {
-  Loader(engine, source).import_subconfig(source.definitions, nullptr);
+  Loader loader(engine, source);
+  loader.import_subconfig(source.definitions, nullptr);
+  loader.report_unmatched_privileges();
 }
 
 }  // namespace cli_engine

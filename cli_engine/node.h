@@ -25,7 +25,7 @@ typedef int (*cli_handler)(cli *engine, cli_node *node);
 
 /* A row of a host's own table of handlers; a row with a null name ends the table. */
 typedef struct cli_handler_entry {
-  const char *name;    /* as "#handler" names it */
+  const char *name;    /* as "#handler" names it; "*" for every name that no other row has */
   cli_handler handler; /* not null */
 } cli_handler_entry;
 

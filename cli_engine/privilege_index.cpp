@@ -51,7 +51,7 @@ void PrivilegeIndex::add(const char *member, const Value &value, Faults *faults)
   const char *prompt = required_text(member, value, "Prompt", faults);
   if (name != nullptr && prompt != nullptr) {
     const auto level = static_cast<std::int32_t>(value.member("Level").integer());
-    entries_.push_back({name, prompt, key_hash(hash(kHashSeed, name), prompt), level, 0, value});
+    entries_.push_back({name, prompt, key_hash(hash(kHashSeed, name), prompt), level, 0, value, member, false});
   }
 }
 
@@ -72,20 +72,42 @@ void PrivilegeIndex::fill_buckets() {
   }
 }
 
-const PrivilegeIndex::Entry *PrivilegeIndex::find(std::string_view prompt, std::string_view outer,
-                                                  std::uint64_t outer_hash, std::string_view key) const {
+PrivilegeIndex::Entry *PrivilegeIndex::find(std::string_view prompt, std::string_view outer, std::uint64_t outer_hash,
+                                            std::string_view key) {
   if (entries_.empty()) {
     return nullptr;
   }
   const std::uint64_t wanted = key_hash(hash(outer_hash, key), prompt);
   for (std::uint32_t place = buckets_[bucket_of(wanted)]; place != 0; place = entries_[place - 1].next) {
-    const Entry &entry = entries_[place - 1];
+    Entry &entry = entries_[place - 1];
     if (entry.hash == wanted && entry.prompt == prompt && entry.name.size() == outer.size() + key.size() &&
         entry.name.starts_with(outer) && entry.name.ends_with(key)) {
       return &entry;
     }
   }
   return nullptr;
+}
+
+void PrivilegeIndex::report_unmatched(Faults *faults) const {
+  for (const Entry &entry : entries_) {
+    if (entry.is_matched) {
+      continue;
+    }
+    // An entry of the same words comes first in its bucket.
+    std::uint32_t first = buckets_[bucket_of(entry.hash)];
+    while (entries_[first - 1].name != entry.name || entries_[first - 1].prompt != entry.prompt) {
+      first = entries_[first - 1].next;
+    }
+    const Frame frame{nullptr, entry.member, 0, entry.member, nullptr};
+    const Reporter reporter(faults, Source::kPrivileges, &frame, CLI_WARNING);
+    const char *what = &entries_[first - 1] == &entry ? "there is no command " : "an earlier entry is for the command ";
+    if (entry.prompt.empty()) {
+      reporter.add("unmatched-privilege", entry.declared, what, Quoted{entry.name});
+    } else {
+      reporter.add("unmatched-privilege", entry.declared, what, Quoted{entry.name}, " in the mode ",
+                   Quoted{entry.prompt});
+    }
+  }
 }
 
 }  // namespace cli_engine

@@ -29,6 +29,8 @@ class PrivilegeIndex {
     std::int32_t level;
     std::uint32_t next;  // in the same bucket: place in entries_ plus 1, or 0
     Value declared;
+    const char *member;
+    bool is_matched;  // for the loader to say
   };
 
   // Indexes the members of a table, which must outlive the index; nothing and anything but an object hold none. An
@@ -39,8 +41,11 @@ class PrivilegeIndex {
 
   // The first entry for that mode prompt whose name is `outer` followed by `key`; null when there is none. outer_hash
   // is the hash of `outer`.
-  [[nodiscard]] const Entry *find(std::string_view prompt, std::string_view outer, std::uint64_t outer_hash,
-                                  std::string_view key) const;
+  [[nodiscard]] Entry *find(std::string_view prompt, std::string_view outer, std::uint64_t outer_hash,
+                            std::string_view key);
+
+  // Reports a warning for each entry that is not matched.
+  void report_unmatched(Faults *faults) const;
 
  private:
   void add(const char *member, const Value &value, Faults *faults);

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "cli_engine/cli_engine.h"
+
 namespace cli_shell {
 
 struct JsonRelease {
@@ -15,9 +17,22 @@ struct JsonRelease {
 };
 using JsonRef = std::unique_ptr<json_t, JsonRelease>;  // owns one reference
 
+struct TypesRelease {
+  void operator()(validator_typesystem *types) const { validator_typesystem_free(types); }
+};
+using Types = std::unique_ptr<validator_typesystem, TypesRelease>;
+
+struct LanguageRelease {
+  void operator()(cli_language *language) const { cli_language_free(language); }
+};
+using Language = std::unique_ptr<cli_language, LanguageRelease>;
+
+// Documents to load, or a language that was loaded from them.
 struct Documents {
-  JsonRef definitions;  // an object
+  JsonRef definitions;  // an object, or null
   JsonRef privileges;   // an object, or null
+  Types types;          // of the language
+  Language language;    // or null
 };
 
 // The bytes of a file; throws UserError when it is missing, unreadable or a folder.

@@ -1,28 +1,33 @@
 #include "cli_shell/language_files.hpp"
 
-#include <new>
+#include <array>
 
-#include "cli_shell/check.hpp"
+#include "cli_check/findings.hpp"
 #include "cli_shell/options.hpp"
+#include "cli_shell/plugin.h"
 
 namespace cli_shell {
 namespace {
 
-std::unique_ptr<cli_check::JsonDocument> read_text(const std::string &path) {
-  std::string text = read_file(path);
-  if (text.find('\0') != std::string::npos) throw UserError(path + ": is not a text");
-  if (text.size() > cli_check::kLargestDocument) throw UserError(path + ": is larger than 1 GiB");
-  return std::make_unique<cli_check::JsonDocument>(path, std::move(text));
+using cli_check::Finding;
+using cli_check::Findings;
+
+int do_nothing(cli *, cli_node *) {
+  return 0;
 }
 
-// Of a document without a fault: what may still be missing is memory.
-JsonRef to_engine(const cli_check::JsonDocument &sound) {
-  JsonRef document(json_loadb(sound.bytes.data(), sound.bytes.size(), JSON_REJECT_DUPLICATES, nullptr));
-  if (!document) throw std::bad_alloc();
-  return document;
+[[noreturn]] void complain(const Findings &findings) {
+  const size_t errors = findings.count(CLI_ERROR);
+  for (const Finding &finding : findings.all())
+    if (finding.severity == CLI_ERROR)
+      throw UserError(as_line(finding) +
+                      (errors > 1 ? "; cli-shell check shows " + std::to_string(errors - 1) + " more" : ""));
+  throw UserError("the language cannot be loaded");
 }
 
 }  // namespace
+
+const cli_handler_entry kNoHandlers[] = {{"*", do_nothing}, {nullptr, nullptr}};
 
 Types types_of(const std::vector<HandlersLibrary> &libraries) {
   Types types(validator_typesystem_new());
@@ -31,24 +36,22 @@ Types types_of(const std::vector<HandlersLibrary> &libraries) {
   return types;
 }
 
-LanguageFiles read_language_files(const std::string &definitions, const std::optional<std::string> &privileges) {
-  LanguageFiles files;
-  files.definitions = read_text(definitions);
-  if (privileges) files.privileges = read_text(*privileges);
-  return files;
-}
-
-Documents load_sound_documents(LanguageFiles files, const std::vector<HandlersLibrary> &libraries) {
-  const Types types = types_of(libraries);
-  cli_check::Host host;
-  host.types = types.get();
-  cli_check::Findings findings;
-  cli_check::check_documents(*files.definitions, files.privileges.get(), host, findings);
-  if (const size_t errors = findings.count(cli_check::Severity::kError); errors > 0)
-    throw UserError(first_error(findings) +
-                    (errors > 1 ? "; cli-shell check shows " + std::to_string(errors - 1) + " more" : ""));
-  return {.definitions = to_engine(*files.definitions),
-          .privileges = files.privileges ? to_engine(*files.privileges) : nullptr};
+Documents load_language(const std::string &definitions, const std::optional<std::string> &privileges,
+                        const std::vector<HandlersLibrary> &libraries, const cli_handler_entry *handlers) {
+  const cli_language_source source = {
+      definitions.c_str(), privileges ? privileges->c_str() : nullptr, handlers, 0, cli_shell_exit, cli_shell_end};
+  Documents documents;
+  documents.types = types_of(libraries);
+  Findings findings;
+  documents.language.reset(cli_language_load(
+      documents.types.get(), &source,
+      [](void *data, const cli_fault *fault) { static_cast<Findings *>(data)->add(cli_check::finding_of(*fault)); },
+      &findings));
+  if (!documents.language) {
+    findings.arrange(std::array{definitions, privileges.value_or("")});
+    complain(findings);
+  }
+  return documents;
 }
 
 }  // namespace cli_shell

@@ -15,6 +15,7 @@
 
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/subcommands.hpp"
+#include "libglobal/resembling.hpp"
 
 namespace cli_shell {
 namespace {
@@ -76,10 +77,18 @@ const Subcommand *subcommand_named(std::string_view name) {
   return nullptr;
 }
 
+// A first word that is no file was meant as a subcommand when it resembles one.
+void refuse_misspelt(const char *word) {
+  for (const Subcommand &row : kSubcommands)
+    if (libglobal::resembles(word, row.name) && access(word, F_OK) != 0)
+      throw UserError(std::string("there is no file '") + word + "'; did you mean cli-shell " + row.name + "?");
+}
+
 // The arguments behind the program's name.
 int run(int argc, char **argv) {
   const Subcommand *const named = argc > 0 ? subcommand_named(argv[0]) : nullptr;
   const Subcommand &subcommand = named ? *named : kSubcommands[0];
+  if (argc > 0 && !named) refuse_misspelt(argv[0]);
   const Options options = parse_options({argv + (named ? 1 : 0), argv + argc}, subcommand.extra);
   if (options.help) return print_text(usage(kSubcommands));
   if (options.version) return print_text("cli-shell " CLI_SHELL_VERSION "\n");

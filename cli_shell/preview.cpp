@@ -5,12 +5,9 @@
 #include <functional>
 #include <string>
 
-#include "cli_shell/handlerless.hpp"
 #include "cli_shell/language_files.hpp"
 #include "cli_shell/session.hpp"
 #include "cli_shell/subcommands.hpp"
-
-extern "C" CLI_API int cli_shell_preview_handler(cli *engine, cli_node *node);
 
 namespace cli_shell {
 namespace {
@@ -62,11 +59,23 @@ int call_own_handler(cli *engine, cli_node *node, const char *handler) {
   return 0;
 }
 
+int preview(cli *engine, cli_node *node) {
+  const char *const handler = json_string_value(json_object_get(cli_node_definition(node), "#handler"));
+  say_call(node, handler ? handler : "a handler", [engine, node](const std::string &line) {
+    // What a mode's handler leaves in the pager is not shown.
+    if (node->type == TYPE_SUBCONFIG) {
+      std::puts(line.c_str());
+      return;
+    }
+    pager_feed(&engine->pager, line.c_str());
+    pager_newline(&engine->pager);
+  });
+  return handler ? call_own_handler(engine, node, handler) : 0;
+}
+
 }  // namespace
 
-JsonRef with_preview_handlers(json_t *definitions) {
-  return handlerless(definitions, "cli_shell_preview_handler");
-}
+const cli_handler_entry kPreviewHandlers[] = {{"*", preview}, {nullptr, nullptr}};
 
 std::vector<HandlersLibrary> types_only(std::vector<HandlersLibrary> libraries) {
   for (HandlersLibrary &library : libraries) {
@@ -80,9 +89,8 @@ std::vector<HandlersLibrary> types_only(std::vector<HandlersLibrary> libraries) 
 int preview_main(const Options &options) {
   if (options.dump) return run_main(options);
   std::vector<HandlersLibrary> libraries = types_only(load_handlers_libraries(options.handlers));
-  Documents documents = load_sound_documents(
-      read_language_files(only_operand(options, "the definition document"), options.privileges), libraries);
-  documents.definitions = with_preview_handlers(documents.definitions.get());
+  const Documents documents =
+      load_language(only_operand(options, "the definition document"), options.privileges, libraries, kPreviewHandlers);
   const Session session(options);
   Shell shell(options, documents, std::move(libraries));
   shell.accept_controls();
@@ -92,17 +100,3 @@ int preview_main(const Options &options) {
 }
 
 }  // namespace cli_shell
-
-int cli_shell_preview_handler(cli *engine, cli_node *node) {
-  const char *const handler = json_string_value(json_object_get(node->definition, cli_shell::kOriginalHandler));
-  cli_shell::say_call(node, handler, [engine, node](const std::string &line) {
-    // What a mode's handler leaves in the pager is not shown.
-    if (node->type == TYPE_SUBCONFIG) {
-      std::puts(line.c_str());
-      return;
-    }
-    pager_feed(&engine->pager, line.c_str());
-    pager_newline(&engine->pager);
-  });
-  return cli_shell::call_own_handler(engine, node, handler);
-}

@@ -4,14 +4,13 @@
 
 #include <vector>
 
-#include "cli_shell/documents.hpp"
 #include "cli_shell/handlers_library.hpp"
 
 namespace cli_shell {
 
-// A copy of a definition document in which every "#handler" prints the name that stood there and the arguments of the
-// line, each by its path. Modes agree to be entered; cli_shell_exit and cli_shell_end do what they say.
-JsonRef with_preview_handlers(json_t *definitions);
+// For every "#handler": prints the name that stands there and the arguments of the line, each by its path. Modes agree
+// to be entered; cli_shell_exit and cli_shell_end do what they say.
+extern const cli_handler_entry kPreviewHandlers[];
 
 // Libraries of which nothing but the value types is used: their handlers do not run.
 std::vector<HandlersLibrary> types_only(std::vector<HandlersLibrary> libraries);

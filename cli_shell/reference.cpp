@@ -2,17 +2,19 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <sstream>
 
-#include "cli_shell/handlerless.hpp"
 #include "cli_shell/language_files.hpp"
-#include "cli_shell/memory_file.hpp"
 #include "cli_shell/preview.hpp"
 #include "cli_shell/shell.hpp"
 #include "cli_shell/subcommands.hpp"
 
 namespace cli_shell {
 namespace {
+
+struct StringRelease {
+  void operator()(DynString *text) const { dyn_string_free(text); }
+};
+using StringRef = std::unique_ptr<DynString, StringRelease>;
 
 constexpr int kHighestLevel = 15;
 
@@ -121,10 +123,16 @@ std::string prompts_of(json_t *prompt) {
   return text;
 }
 
-// Walks the tree as the dump does, which gives the syntax of each command and mode.
+// The line of the dump for a command or mode.
+std::string syntax_of(const cli_node *node) {
+  const StringRef text(dyn_string_new());
+  cli_print_syntax(node, text.get(), 0);
+  return dyn_string_text(text.get());
+}
+
 class Collector {
  public:
-  Collector(cli *engine, int level) : dump_(printed_by([engine] { cli_debug_dump(engine); })), level_(level) {
+  Collector(cli *engine, int level) : level_(level) {
     modes_.emplace_back();
     walk(&engine->root, 0, {.shown = true, .words = "", .arguments = {}});
   }
@@ -147,43 +155,37 @@ class Collector {
     return next;
   }
 
-  std::string next_dump_line() {
-    std::string line;
-    std::getline(dump_, line);
-    return line;
-  }
-
   void walk(const cli_node *node, size_t mode, const Path &path) {
     for (const cli_node *choice = cli_node_first_choice(node); choice; choice = cli_node_next_choice(choice)) {
       if (choice->type == TYPE_ALIAS) {
         if (path.shown) modes_[mode].aliases.push_back({below(path, choice, level_).words, choice->alias.alias});
         continue;
       }
-      const std::string line = choice->type == TYPE_WORD ? "" : next_dump_line();
-      if (!choice->definition) continue;  // built in
+      if (cli_node_position(choice, nullptr, nullptr, nullptr, nullptr) != 0) continue;  // built in
       const Path next = below(path, choice, level_);
-      if (choice->type != TYPE_WORD && next.shown) add_command(choice, modes_[mode], next, line);
+      if (choice->type != TYPE_WORD && next.shown) add_command(choice, modes_[mode], next);
       if (choice->type == TYPE_SUBCONFIG)
-        walk_mode(choice, mode, next, line);
+        walk_mode(choice, mode, next);
       else
         walk(choice, mode, next);
     }
   }
 
-  void walk_mode(const cli_node *node, size_t enclosing, const Path &path, const std::string &line) {
+  void walk_mode(const cli_node *node, size_t enclosing, const Path &path) {
     const size_t mode = modes_.size();
-    modes_.push_back({prompts_of(node->subconfig.prompt), path.words, modes_[enclosing].prompt, line, {}, {}});
+    modes_.push_back(
+        {prompts_of(node->subconfig.prompt), path.words, modes_[enclosing].prompt, syntax_of(node), {}, {}});
     walk(node, mode, {.shown = path.shown, .words = "", .arguments = {}});
     if (!path.shown) modes_.resize(mode);
   }
 
-  static void add_command(const cli_node *node, Mode &mode, const Path &path, const std::string &line) {
+  static void add_command(const cli_node *node, Mode &mode, const Path &path) {
+    const std::string line = syntax_of(node);
     const std::string syntax = mode.line.empty() ? line : line.substr(mode.line.size() + 1);
     const std::string enters = node->type == TYPE_SUBCONFIG ? prompts_of(node->subconfig.prompt) : "";
     mode.commands.push_back({path.words, syntax, node->help, node->privilege, enters, path.arguments});
   }
 
-  std::istringstream dump_;
   int level_;
   std::vector<Mode> modes_;
 };
@@ -347,8 +349,7 @@ int reference_main(const Options &options) {
   const std::unique_ptr<Format> format = format_of(options);
   const std::string &path = only_operand(options, "the definition document");
   std::vector<HandlersLibrary> libraries = types_only(load_handlers_libraries(options.handlers));
-  Documents documents = load_sound_documents(read_language_files(path, options.privileges), libraries);
-  documents.definitions = handlerless(documents.definitions.get());
+  const Documents documents = load_language(path, options.privileges, libraries, kNoHandlers);
   Shell shell(options, documents, std::move(libraries));
   const std::vector<Mode> modes = Collector(shell.engine(), options.level.value_or(kHighestLevel)).take_modes();
   shell.print([&] { print_reference(*format, name_of(path), modes); }, true);

@@ -1,5 +1,4 @@
 // The shell itself.
-#include "cli_shell/handlerless.hpp"
 #include "cli_shell/language_files.hpp"
 #include "cli_shell/session.hpp"
 #include "cli_shell/subcommands.hpp"
@@ -9,8 +8,7 @@ namespace {
 
 int dump(const Options &options, const std::string &path) {
   std::vector<HandlersLibrary> libraries = load_handlers_libraries(options.handlers);
-  Documents documents = load_sound_documents(read_language_files(path, options.privileges), libraries);
-  documents.definitions = handlerless(documents.definitions.get());
+  const Documents documents = load_language(path, options.privileges, libraries, kNoHandlers);
   Shell shell(options, documents, std::move(libraries));
   shell.print([&] { cli_debug_dump(shell.engine()); }, true);
   return shell.output_lost() ? 1 : 0;

@@ -76,7 +76,8 @@ Shell::Shell(const Options &options, const Documents &documents, std::vector<Han
   types_ = validator_typesystem_new();
   for (const HandlersLibrary &library : libraries_)
     if (library.register_types) library.register_types(types_);
-  output_.run([&] { cli_init(engine, types_, documents.definitions.get(), nullptr, documents.privileges.get()); });
+  if (!cli_init_language(engine, documents.language.get(), nullptr))
+    output_.run([&] { cli_init(engine, types_, documents.definitions.get(), nullptr, documents.privileges.get()); });
   if (options.level) parser_set_privilege(&engine->parser, *options.level);
   cli_set_prompt(engine, options.host ? options.host->c_str() : nullptr, options.name ? options.name->c_str() : nullptr,
                  nullptr, options.end.value_or(0));

@@ -21,8 +21,9 @@ namespace cli_shell {
 
 class Shell {
  public:
-  // Brings the engine up with documents and libraries that are loaded already. A fault in the documents ends the
-  // process, with the library's message. The built-in "exit" and "end" are cli_shell_exit and cli_shell_end.
+  // Brings the engine up with documents and libraries that are loaded already; both outlive the shell. A fault in the
+  // documents ends the process, with the library's message. The built-in "exit" and "end" are cli_shell_exit and
+  // cli_shell_end.
   Shell(const Options &options, const Documents &documents, std::vector<HandlersLibrary> libraries);
   ~Shell();
   Shell(const Shell &) = delete;

@@ -14,7 +14,9 @@ int test_main(const Options &options);       // sessions and what is expected of
 int reference_main(const Options &options);  // the commands of a language, as a document
 
 inline constexpr ExtraOption kCheckOptions[] = {
-    {"format", "FORMAT", "text, one line for each finding, or json"},
+    {"format", "FORMAT", "text, one line for each finding, json, sarif or github"},
+    {"strict", nullptr, "a warning fails as well"},
+    {"ignore", "RULES", "names of rules that are not looked at, between commas"},
 };
 
 inline constexpr ExtraOption kTestOptions[] = {

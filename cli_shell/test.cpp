@@ -50,17 +50,30 @@ void hand_over(int answers, const std::string &output) {
   write_all(answers, std::to_string(output.size()) + '\n' + output);
 }
 
-void run_steps(const Script &script, LanguageFiles files, MemoryFile &captured, int answers) {
+// Handlers read the definitions of their nodes as they find them when cli-shell runs.
+void make_definitions(cli_node *node) {
+  static_cast<void>(cli_node_definition(node));
+  for (cli_node *arg = cli_node_first_arg(node); arg; arg = cli_node_next_arg(arg)) make_definitions(arg);
+  for (cli_node *word = cli_node_first_choice(node); word; word = cli_node_next_choice(word)) make_definitions(word);
+}
+
+void run_steps(const Script &script, MemoryFile &captured, int answers) {
   std::vector<HandlersLibrary> libraries = load_handlers_libraries(script.options.handlers);
   if (script.without_handlers) libraries = types_only(std::move(libraries));
-  Documents documents = load_sound_documents(std::move(files), libraries);
-  if (script.without_handlers) documents.definitions = with_preview_handlers(documents.definitions.get());
+  const std::string &path = script.options.operands[0];
+  const JsonRef definitions(script.without_handlers ? nullptr : json_load_file(path.c_str(), 0, nullptr));
+  const HandlerTable handlers(definitions.get(), libraries);
+  const Documents documents = load_language(path, script.options.privileges, libraries,
+                                            script.without_handlers ? kPreviewHandlers : handlers.entries());
   if (dup2(captured.descriptor(), STDOUT_FILENO) < 0) throw UserError(std::strerror(errno));
   const FileDescriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
   dup2(nothing.get(), STDIN_FILENO);
   Shell shell(script.options, documents, std::move(libraries));
   shell.accept_controls();
-  if (!script.without_handlers) shell.start();
+  if (!script.without_handlers) {
+    make_definitions(&shell.engine()->root);
+    shell.start();
+  }
   std::fflush(stdout);
   hand_over(answers, captured.take_contents());
   for (const Step &step : script.steps) {
@@ -70,10 +83,10 @@ void run_steps(const Script &script, LanguageFiles files, MemoryFile &captured, 
   }
 }
 
-[[noreturn]] void session_process(const Script &script, LanguageFiles files, MemoryFile &captured, int answers) {
+[[noreturn]] void session_process(const Script &script, MemoryFile &captured, int answers) {
   int status = 0;
   try {
-    run_steps(script, std::move(files), captured, answers);
+    run_steps(script, captured, answers);
   } catch (const std::exception &error) {
     write_all(captured.descriptor(), error.what());
     status = kCannotRun;
@@ -115,13 +128,12 @@ std::string untimely_end(int status) {
 
 // The output of each step; of those that were reached when the process ended before the last one.
 std::vector<std::vector<std::string>> run_session(const Script &script) {
-  LanguageFiles files = read_language_files(script.options.operands[0], script.options.privileges);
   MemoryFile captured;
   const MemoryFile answers;
   std::fflush(stdout);
   const pid_t child = fork();
   if (child < 0) throw UserError(std::string("cannot start a process: ") + std::strerror(errno));
-  if (child == 0) session_process(script, std::move(files), captured, answers.descriptor());
+  if (child == 0) session_process(script, captured, answers.descriptor());
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }

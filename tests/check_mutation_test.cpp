@@ -22,9 +22,8 @@
 #include <string>
 #include <vector>
 
+#include "cli_check/check.hpp"
 #include "cli_engine/cli_engine.h"
-#include "cli_shell/check.hpp"
-#include "cli_shell/check_match.hpp"
 
 // What every "#handler" of the documents is made to name: handlers are not the checker's business here.
 extern "C" __attribute__((visibility("default"))) int check_test_handler(cli *engine, cli_node *node);
@@ -45,21 +44,31 @@ struct Texts {
 
 struct CheckerVerdict {
   bool loads = true;
-  std::set<std::string_view> rules;  // all that something was found for
+  std::set<std::string> rules;  // all that something was found for
 };
 
+std::string in_file(const std::string &name, const std::string &text) {
+  const std::string path = testing::TempDir() + "check-" + std::to_string(getpid()) + name;
+  std::ofstream(path) << text;
+  return path;
+}
+
 CheckerVerdict checker_verdict(const Texts &texts, validator_typesystem *types) {
-  cli_check::JsonDocument definitions("definitions", texts.definitions);
-  cli_check::JsonDocument privileges("privileges", texts.privileges);
-  cli_check::Findings findings;
-  cli_check::Host host;
-  host.types = types;
-  cli_check::check_documents(definitions, &privileges, host, findings);
+  static constexpr cli_handler_entry kAnyHandler[] = {{"*", check_test_handler}, {nullptr, nullptr}};
+  cli_check::Request request;
+  request.types = types;
+  request.handlers = kAnyHandler;
+  request.definitions = in_file("d.json", texts.definitions);
+  request.definitions_text = texts.definitions;
+  request.privileges = in_file("p.json", texts.privileges);
+  request.privileges_text = texts.privileges;
+  const cli_check::Findings findings = cli_check::check(request);
+  std::filesystem::remove(request.definitions);
+  std::filesystem::remove(*request.privileges);
   CheckerVerdict verdict;
   for (const cli_check::Finding &finding : findings.all()) {
-    const cli_check::RuleRow &rule = rule_row(finding.rule);
-    verdict.loads = verdict.loads && rule.severity != cli_check::Severity::kError;
-    verdict.rules.insert(rule.name);
+    verdict.loads = verdict.loads && finding.severity != CLI_ERROR;
+    verdict.rules.insert(finding.rule);
   }
   return verdict;
 }
@@ -321,7 +330,7 @@ std::string keep(const Texts &texts, const CheckerVerdict &verdict, const std::f
   std::ofstream(path + ".json") << texts.definitions;
   std::ofstream(path + ".privileges.json") << texts.privileges;
   std::ofstream rules(path + ".rules");
-  for (const std::string_view rule : verdict.rules) {
+  for (const std::string &rule : verdict.rules) {
     rules << rule << '\n';
   }
   return path;

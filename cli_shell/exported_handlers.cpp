@@ -1,11 +1,11 @@
-#include "cli_shell/check_exports.hpp"
+#include "cli_shell/exported_handlers.hpp"
 
 #include <elf.h>
 #include <link.h>
 
 #include <cstring>
 
-namespace cli_check {
+namespace cli_shell {
 
 namespace {
 
@@ -80,4 +80,4 @@ std::vector<std::string> exported_handlers(std::string_view object_bytes) {
   return functions;
 }
 
-}  // namespace cli_check
+}  // namespace cli_shell

@@ -1,0 +1,500 @@
+// What nothing reads: members and values of declarations, handlers of libraries, help that does not fit its place.
+#include <algorithm>
+#include <map>
+#include <string>
+
+#include "cli_check/rules.hpp"
+#include "libglobal/resembling.hpp"
+
+namespace cli_check {
+
+using cli_engine::ReadAs;
+using Kind = Declaration::Kind;
+
+namespace {
+
+// ---- Declarations ----
+
+const MemberRow *find_row(std::string_view name, std::span<const MemberRow> known) {
+  const auto row = std::find_if(known.begin(), known.end(), [&](const MemberRow &r) { return r.name == name; });
+  return row == known.end() ? nullptr : &*row;
+}
+
+std::vector<Member> members_of(const Part &object, std::span<const MemberRow> known) {
+  std::vector<Member> members;
+  for (Entry &entry : object.members()) {
+    const MemberRow *row = find_row(entry.name, known);
+    members.push_back({std::move(entry.name), entry.key, entry.value, row});
+  }
+  return members;
+}
+
+bool declares_something(const Part &value) {
+  const std::vector<Entry> members = value.members();
+  return std::any_of(members.begin(), members.end(), [](const Entry &entry) { return entry.name.starts_with('#'); });
+}
+
+bool is_comment(const Entry &entry) {
+  return (entry.name == cli_engine::kSchemaComment || entry.name.starts_with(cli_engine::kCommentMark)) &&
+         !declares_something(entry.value);
+}
+
+// Words and blanks as one line shows them.
+std::string joined(const std::string &outer, std::string_view more) {
+  std::string text = outer;
+  while (true) {
+    more.remove_prefix(std::min(more.find_first_not_of(' '), more.size()));
+    if (more.empty()) {
+      return text;
+    }
+    const std::string_view word = more.substr(0, more.find(' '));
+    text.append(text.empty() ? "" : " ").append(word);
+    more.remove_prefix(word.size());
+  }
+}
+
+class Reader {
+ public:
+  explicit Reader(validator_typesystem *types) : types_(types) {}
+
+  void read_definitions(const Part &object, const std::string &outer) {
+    for (const Entry &entry : object.members()) {
+      if (!is_comment(entry) && entry.value.is(JSON_OBJECT)) {
+        read_definition(entry, joined(outer, entry.name));
+      }
+    }
+  }
+
+  std::vector<Declaration> take() { return std::move(declarations_); }
+
+ private:
+  void read_definition(const Entry &entry, const std::string &words) {
+    Declaration declaration{Kind::kWord, cli_engine::kByCommand,
+                            entry.key,   quoted(words),
+                            "",          members_of(entry.value, cli_engine::kMembers)};
+    if (declaration.find("#prompt") != nullptr) {
+      declaration.kind = Kind::kMode;
+      declaration.reader = cli_engine::kByMode;
+    } else if (const Member *alias = declaration.find("#alias"); alias != nullptr && alias->value.is(JSON_STRING)) {
+      declaration.kind = Kind::kAlias;
+      declaration.reader = cli_engine::kByAlias;
+    }
+    const Part args = declaration.find("#args") == nullptr ? Part() : declaration.find("#args")->value;
+    const Part commands = declaration.find("#commands") == nullptr ? Part() : declaration.find("#commands")->value;
+    declarations_.push_back(std::move(declaration));
+    read_args(args, quoted(words), "");
+    read_definitions(commands, words);
+  }
+
+  void read_args(const Part &array, const std::string &command, const std::string &outer) {
+    for (const Part &argument : array.items()) {
+      if (argument.is(JSON_OBJECT)) {
+        read_arg(argument, command, outer);
+      }
+    }
+  }
+
+  void read_arg(const Part &object, const std::string &command, const std::string &outer) {
+    Declaration declaration{Kind::kValue, 0, object, "", "", members_of(object, cli_engine::kMembers)};
+    const Member *name = declaration.find("#name");
+    const Member *type = declaration.find("#type");
+    const std::string words = name == nullptr ? outer : joined(outer, name->value.string());
+    declaration.where = command + (words.empty() ? ", a group" : ", argument " + quoted(words));
+    declaration.type = type == nullptr ? "" : type->value.string();
+    if (declaration.type == cli_engine::kKeyType) {
+      declaration.kind = Kind::kKey;
+      declaration.reader = cli_engine::kByKey;
+    } else if (declaration.type == cli_engine::kGroupType) {
+      declaration.kind = Kind::kGroup;
+      declaration.reader = cli_engine::kByGroup;
+    } else {
+      declaration.reader = reader_of(declaration.type);
+    }
+    const Part args = declaration.find("#args") == nullptr ? Part() : declaration.find("#args")->value;
+    declarations_.push_back(std::move(declaration));
+    read_args(args, command, words);
+  }
+
+  // By the base type of a registered type; any reader for what is none.
+  unsigned reader_of(const std::string &type) {
+    const auto [known, is_new] = readers_.try_emplace(type, ~0U);
+    if (is_new) {
+      const JsonRef declaration(json_pack("{ss#}", "#type", type.data(), type.size()));
+      validator opened;
+      if (validator_open(types_, &opened, declaration.get()) == 0) {
+        known->second =
+            validator_get_basetype(&opened) == BASETYPE_STRING ? cli_engine::kByText : cli_engine::kByNumber;
+        validator_close(&opened);
+      }
+    }
+    return known->second;
+  }
+
+  validator_typesystem *types_;
+  std::map<std::string, unsigned> readers_;
+  std::vector<Declaration> declarations_;
+};
+
+}  // namespace
+
+const Member *Declaration::find(std::string_view name) const {
+  const auto member = std::find_if(members.begin(), members.end(), [&](const Member &m) { return m.name == name; });
+  return member == members.end() ? nullptr : &*member;
+}
+
+std::vector<Declaration> declarations_of(const Text &definitions, validator_typesystem *types) {
+  Reader reader(types);
+  reader.read_definitions(definitions.root(), "");
+  return reader.take();
+}
+
+std::vector<Declaration> entries_of(const Text &privileges) {
+  std::vector<Declaration> entries;
+  for (const Entry &entry : privileges.root().members()) {
+    const bool is_counted = !entry.name.empty() && entry.name.size() <= cli_engine::kLongestPrivilegeKey &&
+                            entry.name.find_first_not_of("0123456789") == std::string::npos;
+    entries.push_back({is_counted ? Kind::kEntry : Kind::kOtherEntry, ~0U, entry.key, quoted(entry.name), "",
+                       members_of(entry.value, cli_engine::kPrivilegeMembers)});
+  }
+  return entries;
+}
+
+namespace rules {
+
+namespace {
+
+// ---- Members that the language does not have ----
+
+// The known member whose name was misspelt, or null.
+const MemberRow *resembled(std::string_view name, std::span<const MemberRow> known) {
+  const auto bare = [](std::string_view text) { return text.starts_with('#') ? text.substr(1) : text; };
+  const auto meant = std::find_if(known.begin(), known.end(), [&](const MemberRow &row) {
+    return libglobal::resembles(bare(name), bare(row.name));
+  });
+  return meant == known.end() ? nullptr : &*meant;
+}
+
+// The host may have members of its own where `is_open`; those with a "#" are the engine's.
+void look_at_unknown(const Scope &scope, const std::string &where, const Member &member,
+                     std::span<const MemberRow> known, bool is_open) {
+  const MemberRow *meant = resembled(member.name, known);
+  if (meant != nullptr) {
+    scope.add(member.key, where,
+              "nothing reads " + quoted(member.name) + "; did you mean " + quoted(meant->name) + "?");
+  } else if (member.name.starts_with('#') || !(is_open || member.name.starts_with(cli_engine::kCommentMark))) {
+    scope.add(member.key, where, "nothing reads " + quoted(member.name));
+  }
+}
+
+void look_at_unknown(const Scope &scope, const std::string &where, const Part &object, std::span<const MemberRow> known,
+                     bool is_open) {
+  for (const Member &member : members_of(object, known)) {
+    if (member.row == nullptr) {
+      look_at_unknown(scope, where, member, known, is_open);
+    }
+  }
+}
+
+// The parts of a declaration that are objects with members of their own, each with those that it may have.
+template <class Visit>
+void visit_inner(const Declaration &declaration, const Visit &visit) {
+  if (const Member *prompt = declaration.find("#prompt"); prompt != nullptr && declaration.kind == Kind::kMode) {
+    for (const Part &variant : prompt->value.items()) {
+      visit(variant, std::span<const MemberRow>(cli_engine::kVariantMembers));
+    }
+  }
+  if (const Member *help = declaration.find("#help"); help != nullptr && declaration.kind != Kind::kGroup) {
+    visit(help->value, std::span<const MemberRow>(cli_engine::kTemplateMembers));
+  }
+}
+
+// Members of "args" that no field of the template shows.
+void look_at_replacements(const Scope &scope, const Declaration &declaration, const Part &help) {
+  const Part fmt = help.find("fmt");
+  if (!fmt.is(JSON_STRING)) {
+    return;
+  }
+  const std::string text = fmt.string();
+  for (const Entry &entry : help.find("args").members()) {
+    if (text.find("{" + entry.name + "}") == std::string::npos) {
+      scope.add(entry.key, declaration.where, "no field of the template shows " + quoted(entry.name));
+    }
+  }
+}
+
+bool looks_like_definition(const Part &value) {
+  constexpr std::string_view kTelling[] = {"#help", "#handler", "#prompt", "#alias", "#commands"};
+  return !value.find("#type") && std::any_of(std::begin(kTelling), std::end(kTelling),
+                                             [&](std::string_view name) { return bool(value.find(name)); });
+}
+
+bool looks_like_argument(const Part &value) {
+  return bool((value.is(JSON_ARRAY) && !value.items().empty() ? value.items()[0] : value).find("#type"));
+}
+
+// ---- Members that are known, but not there ----
+
+std::string reader_in_words(const Declaration &declaration) {
+  static constexpr std::string_view kNames[] = {"a word that enters a mode", "an alias", "a command", "a keyword",
+                                                "a group"};
+  return declaration.kind == Kind::kValue ? "a value of the type " + quoted(declaration.type)
+                                          : std::string(kNames[static_cast<std::size_t>(declaration.kind)]);
+}
+
+bool is_facet(const MemberRow &row) {
+  return row.read_as == ReadAs::kInteger || row.name == "#enum";
+}
+
+bool is_true(const Member *member) {
+  return member != nullptr && member->value.is(JSON_TRUE);
+}
+
+bool is_read(const Declaration &declaration, const Member &member) {
+  return (member.row->readers & declaration.reader) != 0 || declaration.kind >= Kind::kEntry;
+}
+
+bool lacks_bound(const Declaration &declaration, const Member &member) {
+  return (member.name == "#width" || member.name == "#base") && declaration.find("#min_inclusive") == nullptr &&
+         declaration.find("#max_inclusive") == nullptr;
+}
+
+bool has_shape(const Part &value, ReadAs read_as) {
+  switch (read_as) {
+    case ReadAs::kAny:
+      return true;
+    case ReadAs::kText:
+      return value.is(JSON_STRING);
+    case ReadAs::kBoolean:
+      return value.is(JSON_TRUE) || value.is(JSON_FALSE);
+    case ReadAs::kInteger:
+      return value.is(JSON_INTEGER);
+    case ReadAs::kArray:
+      return value.is(JSON_ARRAY);
+    case ReadAs::kObject:
+      return value.is(JSON_OBJECT);
+  }
+  return true;
+}
+
+std::string_view counts_as(ReadAs read_as) {
+  return read_as == ReadAs::kBoolean ? "false" : read_as == ReadAs::kInteger ? "0" : "absent";
+}
+
+void look_at_shape(const Scope &scope, const Declaration &declaration, const Member &member) {
+  if (!has_shape(member.value, member.row->read_as)) {
+    scope.add(member.value, declaration.where,
+              quoted(member.name) + " counts as " + std::string(counts_as(member.row->read_as)) + ": it is " +
+                  std::string(in_words(member.value.type())) +
+                  (member.row->read_as == ReadAs::kArray ? ", where an array is due" : ""));
+  }
+}
+
+// Of these the engine keeps 32 bits.
+void look_at_half(const Scope &scope, const Declaration &declaration, const Member &member) {
+  const bool is_cut =
+      member.name == "#width" || member.name == "#base" || member.name == "#min_length" || member.name == "#max_length";
+  const json_int_t written = is_cut ? member.value.integer() : 0;
+  const auto kept = static_cast<uint32_t>(written);
+  if (written != kept) {
+    scope.add(member.value, declaration.where,
+              quoted(member.name) + " counts as " + std::to_string(kept) + ": it does not fit 32 bits");
+  }
+}
+
+}  // namespace
+
+void unread_member(const Scope &scope, const Declaration &declaration) {
+  if (declaration.kind == Kind::kOtherEntry) {
+    return;
+  }
+  for (const Member &member : declaration.members) {
+    if (member.row == nullptr) {
+      look_at_unknown(scope, declaration.where, member,
+                      declaration.kind == Kind::kEntry ? std::span<const MemberRow>(cli_engine::kPrivilegeMembers)
+                                                       : std::span<const MemberRow>(cli_engine::kMembers),
+                      true);
+    }
+  }
+  visit_inner(declaration, [&](const Part &object, std::span<const MemberRow> known) {
+    look_at_unknown(scope, declaration.where, object, known, known.data() != cli_engine::kVariantMembers);
+  });
+  if (const Member *help = declaration.find("#help"); help != nullptr && declaration.kind < Kind::kEntry) {
+    look_at_replacements(scope, declaration, help->value);
+  }
+}
+
+void misplaced_definition(const Scope &scope, const Declaration &declaration) {
+  if (declaration.kind >= Kind::kValue) {
+    return;
+  }
+  for (const Member &member : declaration.members) {
+    if (member.row != nullptr || member.name.starts_with(cli_engine::kCommentMark)) {
+      continue;
+    }
+    if (looks_like_argument(member.value)) {
+      scope.add(member.key, declaration.where,
+                quoted(member.name) + " looks like an argument and is not read: it belongs into \"#args\"");
+    } else if (declaration.kind <= Kind::kWord && looks_like_definition(member.value)) {
+      scope.add(member.key, declaration.where,
+                quoted(member.name) + " looks like a word that follows and is not read: it belongs into \"#commands\"");
+    }
+  }
+}
+
+void ignored_member(const Scope &scope, const Declaration &declaration) {
+  for (const Member &member : declaration.members) {
+    if (member.row == nullptr) {
+      continue;
+    }
+    if (!is_read(declaration, member) && !(declaration.kind == Kind::kValue && is_facet(*member.row))) {
+      scope.add(member.key, declaration.where,
+                quoted(member.name) + " is not read for " + reader_in_words(declaration));
+    } else if (declaration.kind == Kind::kGroup && member.name == "#exclusive" &&
+               is_true(declaration.find("#sequential"))) {
+      scope.add(member.key, declaration.where, "\"#exclusive\" is not read when \"#sequential\" is true");
+    }
+  }
+}
+
+void ignored_facet(const Scope &scope, const Declaration &declaration) {
+  if (declaration.kind != Kind::kValue) {
+    return;
+  }
+  for (const Member &member : declaration.members) {
+    if (member.row == nullptr || !is_facet(*member.row)) {
+      continue;
+    }
+    if (!is_read(declaration, member)) {
+      scope.add(member.key, declaration.where,
+                quoted(member.name) + " is not read for " + reader_in_words(declaration));
+    } else if (lacks_bound(declaration, member)) {
+      scope.add(member.key, declaration.where,
+                quoted(member.name) + " is not read without \"#min_inclusive\" or \"#max_inclusive\"");
+    }
+  }
+}
+
+void ignored_value(const Scope &scope, const Declaration &declaration) {
+  if (declaration.kind == Kind::kOtherEntry) {
+    return;
+  }
+  for (const Member &member : declaration.members) {
+    if (member.row != nullptr && is_read(declaration, member) && !lacks_bound(declaration, member)) {
+      look_at_shape(scope, declaration, member);
+      look_at_half(scope, declaration, member);
+    }
+  }
+  visit_inner(declaration, [&](const Part &object, std::span<const MemberRow> known) {
+    for (const Member &member : members_of(object, known)) {
+      if (member.row != nullptr) {
+        look_at_shape(scope, declaration, member);
+      }
+    }
+  });
+}
+
+void impossible_facet(const Scope &scope, const Declaration &declaration) {
+  constexpr std::pair<std::string_view, json_int_t> kLongestTexts[] = {
+      {"IPv6Address", 46}, {"time", 8}, {"MACAddress", 17}};
+  if (declaration.kind != Kind::kValue) {
+    return;
+  }
+  for (const char *list : {"#multi", "#range"}) {
+    if (is_true(declaration.find(list)) && declaration.reader == cli_engine::kByNumber) {
+      scope.add(declaration.find(list)->key, declaration.where,
+                quoted(list) + " of a number: each value takes one number, a list never matches");
+    }
+  }
+  if (const Member *longest = declaration.find("#max_length");
+      longest != nullptr && declaration.reader == cli_engine::kByText && longest->value.is(JSON_INTEGER) &&
+      longest->value.integer() == 0) {
+    scope.add(longest->value, declaration.where, "with a \"#max_length\" of 0 no text that is not empty matches");
+  }
+  const auto row = std::find_if(std::begin(kLongestTexts), std::end(kLongestTexts),
+                                [&](const auto &known) { return known.first == declaration.type; });
+  const Member *shortest = declaration.find("#min_length");
+  if (shortest != nullptr && row != std::end(kLongestTexts) && shortest->value.integer() > row->second) {
+    scope.add(shortest->value, declaration.where,
+              "no text of the type " + quoted(declaration.type) + " is so long: it has at most " +
+                  std::to_string(row->second) + " bytes");
+  }
+}
+
+// ---- Help ----
+
+void help_text(const Scope &scope, const cli_node &node) {
+  constexpr std::size_t kLongestHelp = 80;  // bytes, as the engine counts widths
+  if (node.help == nullptr || node.type == TYPE_ALIAS || is_builtin(node)) {
+    return;
+  }
+  const std::string_view text = node.help;
+  const auto complain = [&](std::string complaint) {
+    scope.add(scope.declaration(node).at("#help"), in_words(node), std::move(complaint));
+  };
+  if (text.find_first_not_of(' ') == std::string_view::npos) {
+    complain("the help text is empty");
+  } else if (std::any_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; })) {
+    complain("the help text holds a line break or another control character");
+  } else if (text.size() > kLongestHelp) {
+    complain("the help text has " + std::to_string(text.size()) + " bytes, more than the " +
+             std::to_string(kLongestHelp) + " of a line");
+  } else if (const std::size_t open = text.find('{'); open != std::string_view::npos) {
+    const std::size_t close =
+        text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_-0123456789", open + 1);
+    if (close != std::string_view::npos && close > open + 1 && text[close] == '}' &&
+        scope.declaration(node).find("#help").is(JSON_STRING)) {
+      complain("a plain help text shows " + quoted(text.substr(open, close - open + 1)) +
+               " as it stands: fields need a template with \"fmt\" and \"args\"");
+    }
+  }
+}
+
+// ---- Handlers ----
+
+void handler_name(const Scope &scope, const Declaration &declaration) {
+  const Member *handler = declaration.find("#handler");
+  if (handler == nullptr || !handler->value.is(JSON_STRING) || !is_read(declaration, *handler)) {
+    return;
+  }
+  const std::string name = handler->value.string();
+  constexpr std::string_view kDigits = "0123456789";
+  const auto letters = [&](char c) {
+    return c == '_' || (libglobal::small_letter(c) >= 'a' && libglobal::small_letter(c) <= 'z');
+  };
+  if (name.empty() || kDigits.find(name[0]) != std::string_view::npos ||
+      !std::all_of(name.begin(), name.end(),
+                   [&](char c) { return letters(c) || kDigits.find(c) != std::string_view::npos; })) {
+    scope.add(handler->value, declaration.where, "no function can be named " + quoted(name));
+  }
+}
+
+void foreign_handler(const Scope &scope, const Declaration &declaration) {
+  const Member *handler = declaration.find("#handler");
+  if (scope.engine != nullptr && handler != nullptr && handler->value.is(JSON_STRING) && scope.is_foreign &&
+      scope.is_foreign(handler->value.string().c_str())) {
+    scope.add(handler->value, declaration.where,
+              "the handler " + quoted(handler->value.string()) +
+                  " is no function of a handlers library, but something else of that name");
+  }
+}
+
+void unused_handler(const Scope &scope) {
+  if (scope.definitions == nullptr || scope.exported_handlers.empty()) {
+    return;
+  }
+  std::set<std::string> named;
+  for (const Declaration &declaration : scope.declarations) {
+    if (const Member *handler = declaration.find("#handler"); handler != nullptr) {
+      named.insert(handler->value.string());
+    }
+  }
+  for (const std::string &handler : scope.exported_handlers) {
+    if (!named.contains(handler)) {
+      scope.add(scope.definitions->root(), "",
+                "no definition names the handler " + quoted(handler) + " of a handlers library");
+    }
+  }
+}
+
+}  // namespace rules
+}  // namespace cli_check

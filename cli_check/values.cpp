@@ -1,0 +1,256 @@
+// Values that nothing can match or that another value or a keyword takes.
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "cli_check/rules.hpp"
+
+namespace cli_check {
+
+std::string entry_text(json_t *entry) {
+  if (json_is_string(entry)) {
+    return {json_string_value(entry), json_string_length(entry)};
+  }
+  const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(entry, JSON_ENCODE_ANY), &std::free);
+  return text == nullptr ? "" : text.get();
+}
+
+namespace rules {
+
+namespace {
+
+// Types all of whose texts another type takes.
+constexpr std::pair<std::string_view, std::string_view> kWider[] = {
+    {"IPAddress", "IPv4Address"},    {"IPAddress", "IPv4Prefix"},    {"IPAddress", "IPv4Extended"},
+    {"IPAddress", "IPv6Address"},    {"IPAddress", "IPv6Prefix"},    {"IPAddress", "IPv6Extended"},
+    {"IPv4Extended", "IPv4Address"}, {"IPv4Extended", "IPv4Prefix"}, {"IPv6Extended", "IPv6Address"},
+    {"IPv6Extended", "IPv6Prefix"},
+};
+
+struct Range {
+  int64_t low, high;
+};
+
+// A value argument among others.
+class Value {
+ public:
+  explicit Value(const Candidate &candidate) : candidate_(candidate), facets_(candidate.node->value.validator) {}
+
+  [[nodiscard]] const cli_node &node() const { return *candidate_.node; }
+  [[nodiscard]] const cli_node *member() const { return candidate_.member; }
+  [[nodiscard]] bool only_first() const { return candidate_.only_first; }
+  [[nodiscard]] bool is_required() const { return !is_optional(node()); }
+  [[nodiscard]] std::string_view type() const { return facets_.type->name; }
+  [[nodiscard]] bool is_number() const { return validator_get_basetype(&facets_) != BASETYPE_STRING; }
+  [[nodiscard]] json_t *enumeration() const {
+    return (facets_.flags & VALIDATOR_ENUM) != 0 ? facets_.enum_array : nullptr;
+  }
+
+  [[nodiscard]] bool accepts(std::string_view text) const {
+    return validator_match(&facets_, std::string(text).c_str(), text.size()) != 0;
+  }
+
+  // Sure to take every text that the other takes.
+  [[nodiscard]] bool covers(const Value &other) const {
+    if (json_t *entries = other.enumeration()) {
+      return covers_entries(entries);
+    }
+    if (enumeration() != nullptr) {
+      return false;
+    }
+    if (type() == "string" && !is_bounded()) {
+      return true;
+    }
+    return is_number() ? covers_numbers(other) : !other.is_number() && covers_lengths(other) && covers_type(other);
+  }
+
+  // Of two plain numbers the numbers that both take; `low` is above `high` when there are none.
+  [[nodiscard]] Range shared_with(const Value &other) const {
+    const bool are_plain = is_plain_number() && other.is_plain_number();
+    const Range mine = range();
+    const Range others = other.range();
+    return are_plain ? Range{std::max(mine.low, others.low), std::min(mine.high, others.high)} : Range{1, 0};
+  }
+
+ private:
+  [[nodiscard]] bool is_bounded() const { return (facets_.flags & VALIDATOR_BOUNDED) != 0; }
+  [[nodiscard]] bool is_plain_number() const {
+    return is_number() && facets_.type->match_fn.number == nullptr && enumeration() == nullptr;
+  }
+
+  [[nodiscard]] bool covers_entries(json_t *entries) const {
+    bool covers_all = json_array_size(entries) > 0;
+    for (std::size_t at = 0; at < json_array_size(entries) && covers_all; ++at) {
+      covers_all = accepts(entry_text(json_array_get(entries, at)));
+    }
+    return covers_all;
+  }
+
+  [[nodiscard]] bool covers_type(const Value &other) const {
+    return type() == "string" || type() == other.type() ||
+           std::find(std::begin(kWider), std::end(kWider), std::pair(type(), other.type())) != std::end(kWider);
+  }
+
+  [[nodiscard]] bool covers_lengths(const Value &other) const {
+    return !is_bounded() || (other.is_bounded() && facets_.min_length <= other.facets_.min_length &&
+                             facets_.max_length >= other.facets_.max_length);
+  }
+
+  [[nodiscard]] bool covers_numbers(const Value &other) const {
+    const bool is_plain = facets_.type->match_fn.number == nullptr;
+    if (!other.is_number() || (!is_plain && type() != other.type())) {
+      return false;
+    }
+    const bool same_digits = facets_.base == other.facets_.base || facets_.base == 0;
+    return range().low <= other.range().low && range().high >= other.range().high && same_digits;
+  }
+
+  [[nodiscard]] Range range() const {
+    if (is_bounded()) {
+      return {facets_.min_inclusive, facets_.max_inclusive};
+    }
+    return validator_get_basetype(&facets_) == BASETYPE_INT ? Range{INT32_MIN, INT32_MAX} : Range{0, UINT32_MAX};
+  }
+
+  Candidate candidate_;
+  const validator &facets_;
+};
+
+// A group has few values that compete; more than these would be a document made to take long.
+constexpr std::size_t kMostValues = 16;
+
+// Calls visit(group, earlier, later) for the values of each contest, two and two.
+template <class Visit>
+void visit_pairs(const cli_node &group, const Visit &visit) {
+  if (group.type != TYPE_CONTAINER) {
+    return;
+  }
+  for (const Contest &contest : contests_of(group)) {
+    std::vector<Value> values;
+    for (const Candidate &candidate : contest.candidates) {
+      if (candidate.node->type == TYPE_VALUE && values.size() < kMostValues) {
+        const Value later(candidate);
+        for (const Value &earlier : values) {
+          if (earlier.member() != later.member()) {
+            visit(earlier, later);
+          }
+        }
+        values.push_back(later);
+      }
+    }
+  }
+}
+
+// Calls visit(key, value, is_before) for the keywords of each contest and the values beside them; `is_before`: the
+// parser asks the value first.
+template <class Visit>
+void visit_keywords(const cli_node &group, const Visit &visit) {
+  if (group.type != TYPE_CONTAINER) {
+    return;
+  }
+  for (const Contest &contest : contests_of(group)) {
+    for (auto key = contest.candidates.begin(); key != contest.candidates.end(); ++key) {
+      std::size_t values = 0;
+      for (auto value = contest.candidates.begin();
+           key->node->type == TYPE_KEY && value != contest.candidates.end() && values < kMostValues; ++value) {
+        if (value->node->type == TYPE_VALUE && value->member != key->member) {
+          values++;
+          visit(*key, Value(*value), value < key);
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
+
+// Of two values a required one is taken before an optional one, otherwise the first. Outside exclusive groups what
+// comes second can still be given second, unless the first closes it.
+void hidden_value(const Scope &scope, const cli_node &node) {
+  std::set<const cli_node *> said;
+  visit_pairs(node, [&](const Value &earlier, const Value &later) {
+    const bool later_wins = later.is_required() && !earlier.is_required();
+    const Value &hidden = later_wins ? earlier : later;
+    const Value &taker = later_wins ? later : earlier;
+    if ((later_wins || is_exclusive(node)) && hidden.only_first() && taker.covers(hidden) &&
+        said.insert(&hidden.node()).second) {
+      scope.add(hidden.node(), "is never taken: " + in_words(taker.node()) + " takes the same texts");
+    }
+  });
+}
+
+void overlapping_values(const Scope &scope, const cli_node &node) {
+  visit_pairs(node, [&](const Value &earlier, const Value &later) {
+    const bool later_wins = later.is_required() && !earlier.is_required();
+    const Value &loser = later_wins ? earlier : later;
+    const Value &taker = later_wins ? later : earlier;
+    const Range shared = earlier.shared_with(later);
+    if (is_exclusive(node) && loser.only_first() && shared.low <= shared.high && !taker.covers(loser)) {
+      scope.add(loser.node(), std::to_string(shared.low) + " to " + std::to_string(shared.high) + " are taken by " +
+                                  in_words(taker.node()));
+    }
+  });
+}
+
+// A required value that the parser asks earlier keeps the word.
+void value_before_keyword(const Scope &scope, const cli_node &node) {
+  std::set<const cli_node *> said;
+  visit_keywords(node, [&](const Candidate &key, const Value &value, bool is_before) {
+    const std::string_view name = name_of(*key.node);
+    if (is_before && value.is_required() && key.only_first && !name.empty() && value.accepts(name) &&
+        said.insert(key.node).second) {
+      scope.add(*key.node, "the keyword's text is taken by " + in_words(value.node()) + ", which stands before it");
+    }
+  });
+}
+
+// Elsewhere the keyword is taken, and by each of its abbreviations.
+void keyword_before_value(const Scope &scope, const cli_node &node) {
+  visit_keywords(node, [&](const Candidate &key, const Value &value, bool is_before) {
+    const std::string_view name = name_of(*key.node);
+    if (is_before && value.is_required()) {
+      return;
+    }
+    for (std::size_t length = 1; length < name.size(); ++length) {
+      if (value.accepts(name.substr(0, length))) {
+        return scope.add(scope.declaration(*key.node), in_words(*key.node),
+                         quoted(name.substr(0, length)) + ", which " + in_words(value.node()) +
+                             " accepts, is taken for this keyword's abbreviation",
+                         value.type() == "string" ? CLI_NOTE : CLI_WARNING);
+      }
+    }
+  });
+}
+
+void unreachable_entry(const Scope &scope, const cli_node &node) {
+  // To ask for every entry of a long list costs its square; the engine would not be quick with it either.
+  constexpr std::size_t kLongList = 2000;
+  json_t *entries = node.type == TYPE_VALUE && (node.value.validator.flags & VALIDATOR_ENUM) != 0
+                        ? node.value.validator.enum_array
+                        : nullptr;
+  if (entries == nullptr) {
+    return;
+  }
+  const auto complain = [&](std::size_t at, std::string text) {
+    scope.add(scope.declaration(node).at("#enum").at(at), in_words(node), std::move(text));
+  };
+  const std::size_t size = json_array_size(entries);
+  if (size == 0) {
+    complain(0, "an empty \"#enum\" lets nothing through");
+  }
+  std::set<std::string> texts;
+  for (std::size_t at = 0; at < size; ++at) {
+    const std::string text = entry_text(json_array_get(entries, at));
+    if (size <= kLongList && validator_match(&node.value.validator, text.c_str(), text.size()) == 0) {
+      complain(at, "the entry " + quoted(text) + " is never accepted: the type or a bound refuses it");
+    }
+    if (!texts.insert(text).second) {
+      complain(at, "an equal entry stands before this one");
+    }
+  }
+}
+
+}  // namespace rules
+}  // namespace cli_check
