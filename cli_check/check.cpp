@@ -73,6 +73,11 @@ class Check {
     if (finding.rule == "json" || finding.rule == "not-an-object") {
       unreadable_.insert(finding.file);
     }
+    if (finding.rule == "repeated-member") {
+      repeated_.emplace(finding.file, finding.place);
+    } else if (repeated_.contains({finding.file, finding.place})) {
+      return;  // what is wrong with a member that goes is of no use
+    }
     if (finding.rule == "unmatched-privilege") {
       unmatched_.push_back(std::move(finding));
     } else if (finding.severity == CLI_ERROR || !request_.ignored.contains(finding.rule)) {
@@ -158,6 +163,7 @@ class Check {
   Text definitions_;
   Text privileges_;
   std::set<std::string> unreadable_;
+  std::set<std::pair<std::string, Place>> repeated_;
   std::set<std::string> foreign_types_;
   std::vector<Finding> unmatched_;  // until the commands are known that may have been meant
   Findings findings_;

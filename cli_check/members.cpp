@@ -453,7 +453,7 @@ void help_text(const Scope &scope, const cli_node &node) {
 
 void handler_name(const Scope &scope, const Declaration &declaration) {
   const Member *handler = declaration.find("#handler");
-  if (handler == nullptr || !handler->value.is(JSON_STRING) || !is_read(declaration, *handler)) {
+  if (declaration.kind > Kind::kWord || handler == nullptr || !handler->value.is(JSON_STRING)) {
     return;
   }
   const std::string name = handler->value.string();
@@ -470,8 +470,8 @@ void handler_name(const Scope &scope, const Declaration &declaration) {
 
 void foreign_handler(const Scope &scope, const Declaration &declaration) {
   const Member *handler = declaration.find("#handler");
-  if (scope.engine != nullptr && handler != nullptr && handler->value.is(JSON_STRING) && scope.is_foreign &&
-      scope.is_foreign(handler->value.string().c_str())) {
+  if (declaration.kind <= Kind::kWord && scope.engine != nullptr && handler != nullptr &&
+      handler->value.is(JSON_STRING) && scope.is_foreign && scope.is_foreign(handler->value.string().c_str())) {
     scope.add(handler->value, declaration.where,
               "the handler " + quoted(handler->value.string()) +
                   " is no function of a handlers library, but something else of that name");

@@ -218,7 +218,7 @@ void keyword_before_value(const Scope &scope, const cli_node &node) {
         return scope.add(scope.declaration(*key.node), in_words(*key.node),
                          quoted(name.substr(0, length)) + ", which " + in_words(value.node()) +
                              " accepts, is taken for this keyword's abbreviation",
-                         value.type() == "string" ? CLI_NOTE : CLI_WARNING);
+                         value.is_number() ? CLI_WARNING : CLI_NOTE);
       }
     }
   });

@@ -325,6 +325,12 @@ class Loader {
     return member.name_item == nullptr ? kNoOffset : member.name_item->offset;
   }
 
+  static Frame with_whole_key(const Frame &frame, const Member &member) {
+    Frame whole = frame;
+    whole.name = member.name;
+    return whole;
+  }
+
   // The node that the words of a path lead to from the present one; null after a report that there is none.
   cli_node *find_parent(std::string_view path, const Member &member, const Frame &frame) {
     cli_node *parent = engine_->current;
@@ -332,7 +338,8 @@ class Loader {
       const std::size_t start = path.find_first_not_of(' ');
       const cli_node_set *choices = choices_of(*parent);
       if (choices == nullptr && !ends_process()) {
-        const Place place(faults_, frame);
+        const Frame whole = with_whole_key(frame, member);
+        const Place place(faults_, whole);
         place.add_at(offset_of(member), "unknown-path", "the path leads through the alias ", Quoted{name_of(*parent)});
         return nullptr;
       }
@@ -344,7 +351,8 @@ class Loader {
       libglobal::require(choices != nullptr, "choices", kSource, "find_node");
       cli_node *next = find_choice(*choices, word);
       if (next == nullptr && !ends_process()) {
-        const Place place(faults_, frame);
+        const Frame whole = with_whole_key(frame, member);
+        const Place place(faults_, whole);
         report_unknown_word(word, *parent, member, place);
       }
       parent = next;

@@ -19,6 +19,8 @@ int do_nothing(cli *, cli_node *) {
 [[noreturn]] void complain(const Findings &findings) {
   const size_t errors = findings.count(CLI_ERROR);
   for (const Finding &finding : findings.all())
+    if (finding.rule == "unreadable-file") throw UserError(finding.file + finding.text.substr(finding.text.find(": ")));
+  for (const Finding &finding : findings.all())
     if (finding.severity == CLI_ERROR)
       throw UserError(as_line(finding) +
                       (errors > 1 ? "; cli-shell check shows " + std::to_string(errors - 1) + " more" : ""));

@@ -124,14 +124,14 @@ class Check(Case):
             ([good, "--format=json"], "[]\n", "", 0),
             ([odd], odd + ':1:17: warning: "a": the help text is empty [help-text]\n', "", 0),
             ([bad], bad + ':1:46: error: an earlier member of this object is named "a" [repeated-member]\n', "", 1),
-            ([bad, "--handlers", HANDLERS], re.compile('.*bad.json:1:34: error: "a": no .* "nowhere" \\[unknown-handler\\]\n'
+            ([bad, "--handlers", HANDLERS], re.compile('.*bad.json:1:34: error: "a": there is no handler "nowhere".*\\[unknown-handler\\]\n'
                                                        '.*repeated-member', re.DOTALL), "", 1),
             ([self.file("libc.json", b'{"a": {"#help": "A", "#handler": "write"}}'), "--handlers", HANDLERS],
              re.compile('warning: "a": the handler "write" is no function .*foreign-handler'), "", 0),
             ([good, "--privileges", good], "", "", 0),
             ([self.file("binary", b"{\0}")], "", self.folder + "/binary: is not a text", 2),
             ([self.folder], "", self.folder + ": Is a directory", 2),
-            ([good, "--format=xml"], "", "--format takes text or json, not 'xml'", 2),
+            ([good, "--format=xml"], "", "--format takes text, json, sarif or github, not 'xml'", 2),
             ([], "", "the definition document is missing; see cli-shell --help", 2),
         ]
         for arguments, out, message, status in cases:

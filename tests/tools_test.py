@@ -49,7 +49,7 @@ class Preview(Case):
         self.script("")
         cases = [(["preview", missing], "missing: No such file"), (["preview", self.folder], "Is a directory"),
                  (["check", missing], "missing: No such file"), (["reference", missing], "missing: No such file"),
-                 (["preview", self.file("i", '{"a":')], "i:1:6: error: the text ends"),
+                 (["preview", self.file("i", '{"a":')], "i:1:6: error: a value is due"),
                  (["reference", self.file("j", '{"a":\n 5, "b": 6}')], "[not-a-definition]; cli-shell check shows 1 more"),
                  (["reference", *CAMPUS, "--format=pdf"], "--format takes markdown or man, not 'pdf'"),
                  (["preview", "--update", *CAMPUS], "unknown option --update"), (["test"], "the script is missing"),
