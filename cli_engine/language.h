@@ -40,9 +40,10 @@ enum {
 
 /* What is wrong with a document, and where. All texts are borrowed for the call of the report. */
 typedef struct cli_fault {
-  int32_t severity;      /* CLI_ERROR, CLI_WARNING, CLI_NOTE */
-  const char *file;      /* as given, or null for documents handed over as JSON */
-  uint32_t line, column; /* 1-based, in bytes; 0 when unknown */
+  int32_t severity; /* CLI_ERROR, CLI_WARNING, CLI_NOTE */
+  const char *file; /* as given, or null for documents handed over as JSON */
+  uint32_t line;    /* 1-based; 0 when unknown */
+  uint32_t column;  /* 1-based, in bytes; 0 when unknown */
   const char *path; /* the keys down to the place: "configure terminal / interface / #args[0]"; "" for the document */
   const char *rule; /* a stable name: "unknown-type" */
   const char *text; /* one sentence that names the definition and says how to mend it */

@@ -186,7 +186,8 @@ TEST(Language, FaultsAreToldWithTheirPlaces) {
        "d.json:1:66: \"a x\": there is no handler \"none\": it is not among the host's handlers [unknown-handler] at a "
        "/ "
        "x\n"
-       "d.json:1:75: \"a y z\": the word \"y\" is not declared before this definition below \"a\" [unknown-path] at a / "
+       "d.json:1:75: \"a y z\": the word \"y\" is not declared before this definition below \"a\" [unknown-path] at a "
+       "/ "
        "y "
        "z\n"
        "d.json:2:1: \"b\": \"#help\" is missing [missing-help] at b\n"},
