@@ -17,9 +17,6 @@
 #define RAPIDJSON_NAMESPACE_END }
 #define RAPIDJSON_ASSERT(expression) static_cast<void>(0)
 #define RAPIDJSON_HAS_STDSTRING 0
-#ifdef __SSE2__
-#define RAPIDJSON_SSE2
-#endif
 #include <rapidjson/reader.h>
 
 namespace cli_engine {
