@@ -78,7 +78,7 @@ std::size_t sound_bytes(const char *text, std::size_t size) {
 // ---- Events of the reader -> items ----
 
 struct Allocator {
-  static const bool kNeedFree = true;
+  [[maybe_unused]] static const bool kNeedFree = true;
   static void *Malloc(std::size_t size) {
     return size == 0 ? nullptr : libglobal::xmalloc(size, LIBGLOBAL_CALLER(kSource));
   }
