@@ -73,9 +73,9 @@ void look_at_equal_alternatives(const Scope &scope, const Contest &contest) {
 // Of those that are given beside a word, only this keyword is meant by the text.
 bool means_keyword(const Candidates &beside, const cli_node &key, std::string_view text) {
   return std::none_of(beside.begin(), beside.end(), [&](const Candidate &other) {
-    return other.node->type == TYPE_KEY && !same_letters(name_of(*other.node), name_of(key)) &&
+    return other.node->type == TYPE_KEY && !cli_engine::same_name(name_of(*other.node), name_of(key)) &&
            begins_with(name_of(*other.node), text) &&
-           (!same_letters(name_of(key), text) || same_letters(name_of(*other.node), text));
+           (!cli_engine::same_name(name_of(key), text) || cli_engine::same_name(name_of(*other.node), text));
   });
 }
 
@@ -84,7 +84,7 @@ const cli_node *closest_word(const Scope &scope, const cli_node &node, std::stri
   const cli_node *closest = nullptr;
   std::size_t most = 0;
   const auto consider = [&](const cli_node *word) {
-    const std::size_t common = common_beginning(name, name_of(*word));
+    const std::size_t common = cli_engine::common_length(name, name_of(*word));
     if (common > most) {
       most = common;
       closest = word;
@@ -184,7 +184,7 @@ void taken_abbreviation(const Scope &scope, const cli_node &node) {
     if (word == nullptr) {
       continue;
     }
-    const std::string_view text = name_of(*word).substr(0, common_beginning(name, name_of(*word)));
+    const std::string_view text = name_of(*word).substr(0, cli_engine::common_length(name, name_of(*word)));
     if (!means_keyword(beside, *candidate.node, text) || scope.words.selected(node, text) != word) {
       continue;
     }

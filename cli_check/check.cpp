@@ -70,9 +70,6 @@ class Check {
 
   void take_fault(const cli_fault &fault) {
     Finding finding = finding_of(fault);
-    if (finding.rule == "json" || finding.rule == "not-an-object") {
-      unreadable_.insert(finding.file);
-    }
     if (finding.rule == "repeated-member") {
       repeated_.emplace(finding.file, finding.place);
     } else if (repeated_.contains({finding.file, finding.place})) {
@@ -124,14 +121,10 @@ class Check {
     if (engine != nullptr) {
       append_nodes_below(engine->root, scope.nodes);
     }
-    if (!unreadable_.contains(request_.definitions)) {
-      scope.definitions = &definitions_;
-      scope.declarations = declarations_of(definitions_, request_.types);
-    }
-    if (request_.privileges && !unreadable_.contains(*request_.privileges)) {
-      std::vector<Declaration> entries = entries_of(privileges_);
-      std::move(entries.begin(), entries.end(), std::back_inserter(scope.declarations));
-    }
+    scope.definitions = &definitions_;
+    scope.declarations = declarations_of(definitions_, request_.types);
+    std::vector<Declaration> entries = entries_of(privileges_);
+    std::move(entries.begin(), entries.end(), std::back_inserter(scope.declarations));
     if (!request_.ignored.contains("unmatched-privilege")) {
       add_unmatched(scope);
     }
@@ -162,7 +155,6 @@ class Check {
   const Request &request_;
   Text definitions_;
   Text privileges_;
-  std::set<std::string> unreadable_;
   std::set<std::pair<std::string, Place>> repeated_;
   std::set<std::string> foreign_types_;
   std::vector<Finding> unmatched_;  // until the commands are known that may have been meant

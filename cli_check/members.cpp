@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli_check/rules.hpp"
+#include "cli_engine/json_ref.hpp"
 #include "libglobal/resembling.hpp"
 
 namespace cli_check {
@@ -59,7 +60,7 @@ class Reader {
 
   void read_definitions(const Part &object, const std::string &outer) {
     for (const Entry &entry : object.members()) {
-      if (!is_comment(entry) && entry.value.is(JSON_OBJECT)) {
+      if (!is_comment(entry) && entry.value.is(Shape::kObject)) {
         read_definition(entry, joined(outer, entry.name));
       }
     }
@@ -72,23 +73,23 @@ class Reader {
     Declaration declaration{Kind::kWord, cli_engine::kByCommand,
                             entry.key,   quoted(words),
                             "",          members_of(entry.value, cli_engine::kMembers)};
-    if (declaration.find("#prompt") != nullptr) {
+    if (declaration["#prompt"]) {
       declaration.kind = Kind::kMode;
       declaration.reader = cli_engine::kByMode;
-    } else if (const Member *alias = declaration.find("#alias"); alias != nullptr && alias->value.is(JSON_STRING)) {
+    } else if (declaration["#alias"].is(Shape::kString)) {
       declaration.kind = Kind::kAlias;
       declaration.reader = cli_engine::kByAlias;
     }
-    const Part args = declaration.find("#args") == nullptr ? Part() : declaration.find("#args")->value;
-    const Part commands = declaration.find("#commands") == nullptr ? Part() : declaration.find("#commands")->value;
+    const Part args = declaration["#args"];
+    const Part commands = declaration["#commands"];
     declarations_.push_back(std::move(declaration));
     read_args(args, quoted(words), "");
     read_definitions(commands, words);
   }
 
   void read_args(const Part &array, const std::string &command, const std::string &outer) {
-    for (const Part &argument : array.items()) {
-      if (argument.is(JSON_OBJECT)) {
+    for (const Part &argument : array.parts()) {
+      if (argument.is(Shape::kObject)) {
         read_arg(argument, command, outer);
       }
     }
@@ -96,11 +97,9 @@ class Reader {
 
   void read_arg(const Part &object, const std::string &command, const std::string &outer) {
     Declaration declaration{Kind::kValue, 0, object, "", "", members_of(object, cli_engine::kMembers)};
-    const Member *name = declaration.find("#name");
-    const Member *type = declaration.find("#type");
-    const std::string words = name == nullptr ? outer : joined(outer, name->value.string());
+    const std::string words = joined(outer, declaration["#name"].view());
     declaration.where = command + (words.empty() ? ", a group" : ", argument " + quoted(words));
-    declaration.type = type == nullptr ? "" : type->value.string();
+    declaration.type = declaration["#type"].string();
     if (declaration.type == cli_engine::kKeyType) {
       declaration.kind = Kind::kKey;
       declaration.reader = cli_engine::kByKey;
@@ -110,7 +109,7 @@ class Reader {
     } else {
       declaration.reader = reader_of(declaration.type);
     }
-    const Part args = declaration.find("#args") == nullptr ? Part() : declaration.find("#args")->value;
+    const Part args = declaration["#args"];
     declarations_.push_back(std::move(declaration));
     read_args(args, command, words);
   }
@@ -119,7 +118,7 @@ class Reader {
   unsigned reader_of(const std::string &type) {
     const auto [known, is_new] = readers_.try_emplace(type, ~0U);
     if (is_new) {
-      const JsonRef declaration(json_pack("{ss#}", "#type", type.data(), type.size()));
+      const cli_engine::JsonRef declaration(json_pack("{ss#}", "#type", type.data(), type.size()));
       validator opened;
       if (validator_open(types_, &opened, declaration.get()) == 0) {
         known->second =
@@ -137,9 +136,9 @@ class Reader {
 
 }  // namespace
 
-const Member *Declaration::find(std::string_view name) const {
+Part Declaration::operator[](std::string_view name) const {
   const auto member = std::find_if(members.begin(), members.end(), [&](const Member &m) { return m.name == name; });
-  return member == members.end() ? nullptr : &*member;
+  return member == members.end() ? Part() : member->value;
 }
 
 std::vector<Declaration> declarations_of(const Text &definitions, validator_typesystem *types) {
@@ -198,20 +197,20 @@ void look_at_unknown(const Scope &scope, const std::string &where, const Part &o
 // The parts of a declaration that are objects with members of their own, each with those that it may have.
 template <class Visit>
 void visit_inner(const Declaration &declaration, const Visit &visit) {
-  if (const Member *prompt = declaration.find("#prompt"); prompt != nullptr && declaration.kind == Kind::kMode) {
-    for (const Part &variant : prompt->value.items()) {
+  if (declaration.kind == Kind::kMode) {
+    for (const Part &variant : declaration["#prompt"].parts()) {
       visit(variant, std::span<const MemberRow>(cli_engine::kVariantMembers));
     }
   }
-  if (const Member *help = declaration.find("#help"); help != nullptr && declaration.kind != Kind::kGroup) {
-    visit(help->value, std::span<const MemberRow>(cli_engine::kTemplateMembers));
+  if (declaration.kind != Kind::kGroup) {
+    visit(declaration["#help"], std::span<const MemberRow>(cli_engine::kTemplateMembers));
   }
 }
 
 // Members of "args" that no field of the template shows.
 void look_at_replacements(const Scope &scope, const Declaration &declaration, const Part &help) {
   const Part fmt = help.find("fmt");
-  if (!fmt.is(JSON_STRING)) {
+  if (!fmt.is(Shape::kString)) {
     return;
   }
   const std::string text = fmt.string();
@@ -223,13 +222,13 @@ void look_at_replacements(const Scope &scope, const Declaration &declaration, co
 }
 
 bool looks_like_definition(const Part &value) {
-  constexpr std::string_view kTelling[] = {"#help", "#handler", "#prompt", "#alias", "#commands"};
+  constexpr const char *kTelling[] = {"#help", "#handler", "#prompt", "#alias", "#commands"};
   return !value.find("#type") && std::any_of(std::begin(kTelling), std::end(kTelling),
-                                             [&](std::string_view name) { return bool(value.find(name)); });
+                                             [&](const char *name) { return bool(value.find(name)); });
 }
 
 bool looks_like_argument(const Part &value) {
-  return bool((value.is(JSON_ARRAY) && !value.items().empty() ? value.items()[0] : value).find("#type"));
+  return bool((value.is(Shape::kArray) && !value.parts().empty() ? value.parts()[0] : value).find("#type"));
 }
 
 // ---- Members that are known, but not there ----
@@ -245,17 +244,13 @@ bool is_facet(const MemberRow &row) {
   return row.read_as == ReadAs::kInteger || row.name == "#enum";
 }
 
-bool is_true(const Member *member) {
-  return member != nullptr && member->value.is(JSON_TRUE);
-}
-
 bool is_read(const Declaration &declaration, const Member &member) {
   return (member.row->readers & declaration.reader) != 0 || declaration.kind >= Kind::kEntry;
 }
 
 bool lacks_bound(const Declaration &declaration, const Member &member) {
-  return (member.name == "#width" || member.name == "#base") && declaration.find("#min_inclusive") == nullptr &&
-         declaration.find("#max_inclusive") == nullptr;
+  return (member.name == "#width" || member.name == "#base") && !declaration["#min_inclusive"] &&
+         !declaration["#max_inclusive"];
 }
 
 bool has_shape(const Part &value, ReadAs read_as) {
@@ -263,15 +258,15 @@ bool has_shape(const Part &value, ReadAs read_as) {
     case ReadAs::kAny:
       return true;
     case ReadAs::kText:
-      return value.is(JSON_STRING);
+      return value.is(Shape::kString);
     case ReadAs::kBoolean:
-      return value.is(JSON_TRUE) || value.is(JSON_FALSE);
+      return value.is(Shape::kTrue) || value.is(Shape::kFalse);
     case ReadAs::kInteger:
-      return value.is(JSON_INTEGER);
+      return value.is(Shape::kInteger);
     case ReadAs::kArray:
-      return value.is(JSON_ARRAY);
+      return value.is(Shape::kArray);
     case ReadAs::kObject:
-      return value.is(JSON_OBJECT);
+      return value.is(Shape::kObject);
   }
   return true;
 }
@@ -284,7 +279,7 @@ void look_at_shape(const Scope &scope, const Declaration &declaration, const Mem
   if (!has_shape(member.value, member.row->read_as)) {
     scope.add(member.value, declaration.where,
               quoted(member.name) + " counts as " + std::string(counts_as(member.row->read_as)) + ": it is " +
-                  std::string(in_words(member.value.type())) +
+                  std::string(cli_engine::in_words(member.value.shape())) +
                   (member.row->read_as == ReadAs::kArray ? ", where an array is due" : ""));
   }
 }
@@ -318,8 +313,8 @@ void unread_member(const Scope &scope, const Declaration &declaration) {
   visit_inner(declaration, [&](const Part &object, std::span<const MemberRow> known) {
     look_at_unknown(scope, declaration.where, object, known, known.data() != cli_engine::kVariantMembers);
   });
-  if (const Member *help = declaration.find("#help"); help != nullptr && declaration.kind < Kind::kEntry) {
-    look_at_replacements(scope, declaration, help->value);
+  if (declaration.kind < Kind::kEntry) {
+    look_at_replacements(scope, declaration, declaration["#help"]);
   }
 }
 
@@ -350,7 +345,7 @@ void ignored_member(const Scope &scope, const Declaration &declaration) {
       scope.add(member.key, declaration.where,
                 quoted(member.name) + " is not read for " + reader_in_words(declaration));
     } else if (declaration.kind == Kind::kGroup && member.name == "#exclusive" &&
-               is_true(declaration.find("#sequential"))) {
+               declaration["#sequential"].is_true()) {
       scope.add(member.key, declaration.where, "\"#exclusive\" is not read when \"#sequential\" is true");
     }
   }
@@ -400,21 +395,20 @@ void impossible_facet(const Scope &scope, const Declaration &declaration) {
     return;
   }
   for (const char *list : {"#multi", "#range"}) {
-    if (is_true(declaration.find(list)) && declaration.reader == cli_engine::kByNumber) {
-      scope.add(declaration.find(list)->key, declaration.where,
+    if (declaration[list].is_true() && declaration.reader == cli_engine::kByNumber) {
+      scope.add(declaration[list], declaration.where,
                 quoted(list) + " of a number: each value takes one number, a list never matches");
     }
   }
-  if (const Member *longest = declaration.find("#max_length");
-      longest != nullptr && declaration.reader == cli_engine::kByText && longest->value.is(JSON_INTEGER) &&
-      longest->value.integer() == 0) {
-    scope.add(longest->value, declaration.where, "with a \"#max_length\" of 0 no text that is not empty matches");
+  if (const Part longest = declaration["#max_length"];
+      declaration.reader == cli_engine::kByText && longest.is(Shape::kInteger) && longest.integer() == 0) {
+    scope.add(longest, declaration.where, "with a \"#max_length\" of 0 no text that is not empty matches");
   }
   const auto row = std::find_if(std::begin(kLongestTexts), std::end(kLongestTexts),
                                 [&](const auto &known) { return known.first == declaration.type; });
-  const Member *shortest = declaration.find("#min_length");
-  if (shortest != nullptr && row != std::end(kLongestTexts) && shortest->value.integer() > row->second) {
-    scope.add(shortest->value, declaration.where,
+  const Part shortest = declaration["#min_length"];
+  if (row != std::end(kLongestTexts) && shortest.integer() > row->second) {
+    scope.add(shortest, declaration.where,
               "no text of the type " + quoted(declaration.type) + " is so long: it has at most " +
                   std::to_string(row->second) + " bytes");
   }
@@ -442,7 +436,7 @@ void help_text(const Scope &scope, const cli_node &node) {
     const std::size_t close =
         text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_-0123456789", open + 1);
     if (close != std::string_view::npos && close > open + 1 && text[close] == '}' &&
-        scope.declaration(node).find("#help").is(JSON_STRING)) {
+        scope.declaration(node).find("#help").is(Shape::kString)) {
       complain("a plain help text shows " + quoted(text.substr(open, close - open + 1)) +
                " as it stands: fields need a template with \"fmt\" and \"args\"");
     }
@@ -452,11 +446,11 @@ void help_text(const Scope &scope, const cli_node &node) {
 // ---- Handlers ----
 
 void handler_name(const Scope &scope, const Declaration &declaration) {
-  const Member *handler = declaration.find("#handler");
-  if (declaration.kind > Kind::kWord || handler == nullptr || !handler->value.is(JSON_STRING)) {
+  const Part handler = declaration["#handler"];
+  if (declaration.kind > Kind::kWord || !handler.is(Shape::kString)) {
     return;
   }
-  const std::string name = handler->value.string();
+  const std::string_view name = handler.view();
   constexpr std::string_view kDigits = "0123456789";
   const auto letters = [&](char c) {
     return c == '_' || (libglobal::small_letter(c) >= 'a' && libglobal::small_letter(c) <= 'z');
@@ -464,16 +458,16 @@ void handler_name(const Scope &scope, const Declaration &declaration) {
   if (name.empty() || kDigits.find(name[0]) != std::string_view::npos ||
       !std::all_of(name.begin(), name.end(),
                    [&](char c) { return letters(c) || kDigits.find(c) != std::string_view::npos; })) {
-    scope.add(handler->value, declaration.where, "no function can be named " + quoted(name));
+    scope.add(handler, declaration.where, "no function can be named " + quoted(name));
   }
 }
 
 void foreign_handler(const Scope &scope, const Declaration &declaration) {
-  const Member *handler = declaration.find("#handler");
-  if (declaration.kind <= Kind::kWord && scope.engine != nullptr && handler != nullptr &&
-      handler->value.is(JSON_STRING) && scope.is_foreign && scope.is_foreign(handler->value.string().c_str())) {
-    scope.add(handler->value, declaration.where,
-              "the handler " + quoted(handler->value.string()) +
+  const Part handler = declaration["#handler"];
+  if (declaration.kind <= Kind::kWord && scope.engine != nullptr && handler.is(Shape::kString) && scope.is_foreign &&
+      scope.is_foreign(handler.text())) {
+    scope.add(handler, declaration.where,
+              "the handler " + quoted(handler.view()) +
                   " is no function of a handlers library, but something else of that name");
   }
 }
@@ -484,9 +478,7 @@ void unused_handler(const Scope &scope) {
   }
   std::set<std::string> named;
   for (const Declaration &declaration : scope.declarations) {
-    if (const Member *handler = declaration.find("#handler"); handler != nullptr) {
-      named.insert(handler->value.string());
-    }
+    named.insert(declaration["#handler"].string());
   }
   for (const std::string &handler : scope.exported_handlers) {
     if (!named.contains(handler)) {

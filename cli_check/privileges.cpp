@@ -6,23 +6,23 @@
 namespace cli_check::rules {
 
 void unread_privilege(const Scope &scope, const Declaration &entry) {
-  if (entry.kind == Declaration::Kind::kOtherEntry && entry.find("Level") != nullptr) {
+  if (entry.kind == Declaration::Kind::kOtherEntry && entry["Level"]) {
     scope.add(entry.place, entry.where, "only entries named by 1 to 20 decimal digits are read");
   }
 }
 
 void privilege_without_effect(const Scope &scope, const Declaration &entry) {
-  if (entry.kind != Declaration::Kind::kEntry || entry.find("Name") == nullptr || entry.find("Prompt") == nullptr) {
+  if (entry.kind != Declaration::Kind::kEntry || !entry["Name"] || !entry["Prompt"]) {
     return;
   }
-  const Member *level = entry.find("Level");
-  if (level == nullptr) {
+  const Part level = entry["Level"];
+  if (!level) {
     return scope.add(entry.place, entry.where, "without a \"Level\" the entry has no effect");
   }
-  const json_int_t written = level->value.integer();
+  const json_int_t written = level.integer();
   const auto kept = static_cast<int32_t>(written);
   if (written != kept || written < 0) {
-    scope.add(level->value, entry.where,
+    scope.add(level, entry.where,
               "the level " + std::to_string(written) + " counts as " + std::to_string(std::max(0, kept)));
   }
 }

@@ -51,7 +51,7 @@ class Names {
   static bool stands_below(const cli_node &node, const std::vector<std::string> &words) {
     std::size_t left = words.size() - 1;
     for (const cli_node *at = node.parent; at != nullptr && left > 0; at = at->parent) {
-      left -= same_letters(name_of(*at), words[left - 1]) ? 1 : 0;
+      left -= cli_engine::same_name(name_of(*at), words[left - 1]) ? 1 : 0;
     }
     return left == 0;
   }
@@ -153,7 +153,7 @@ void condition_later(const Scope &scope, const cli_node &node) {
   visit_conditions(scope, node, [&](const json_t *value, const Part &part) {
     if (!json_is_string(value)) {
       scope.add(part, in_words(node),
-                "a condition is a path or an array of paths, not " + std::string(in_words(part.type())) +
+                std::string("a condition is a path or an array of paths, not ") + cli_engine::in_words(part.shape()) +
                     "; this one ends the process once it is looked at");
     }
   });

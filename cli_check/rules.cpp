@@ -77,7 +77,7 @@ void Scope::add(const Part &part, std::string where, std::string text) const {
 
 void Scope::add(const Part &part, std::string where, std::string text, int32_t severity) const {
   findings->add(
-      {severity, std::string(rule->name), part.text()->file(), part.place(), std::move(where), std::move(text)});
+      {severity, std::string(rule->name), part.document()->file(), part.place(), std::move(where), std::move(text)});
 }
 
 }  // namespace cli_check

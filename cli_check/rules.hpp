@@ -39,7 +39,7 @@ struct Declaration {
   std::string type;   // of an argument
   std::vector<Member> members;
 
-  [[nodiscard]] const Member *find(std::string_view name) const;
+  [[nodiscard]] Part operator[](std::string_view name) const;  // the member's value, or nothing
 };
 
 // What rules look at, and where they say what they found: in the name of the rule that runs.

@@ -1,7 +1,5 @@
 #include "cli_check/tree.hpp"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -11,10 +9,6 @@
 namespace cli_check {
 
 namespace {
-
-int compare_letters(std::string_view a, std::string_view b) {
-  return strncasecmp(a.data(), b.data(), std::min(a.size(), b.size()));
-}
 
 // The names from below `top` down to the node; a part without a name is passed over.
 std::string names_below(const cli_node *top, const cli_node &node) {
@@ -44,17 +38,8 @@ int leave_all_modes(cli *engine, cli_node * /*node*/) {
   return 0;
 }
 
-bool same_letters(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && compare_letters(a, b) == 0;
-}
-
-bool begins_with(std::string_view text, std::string_view beginning) {
-  return text.size() >= beginning.size() && compare_letters(text, beginning) == 0;
-}
-
 bool WordOrder::operator()(std::string_view a, std::string_view b) const {
-  const int difference = compare_letters(a, b);
-  return difference != 0 ? difference < 0 : a.size() < b.size();
+  return cli_engine::name_compare(a, b) < 0;
 }
 
 std::string in_small_letters(std::string_view text) {
@@ -63,45 +48,12 @@ std::string in_small_letters(std::string_view text) {
   return out;
 }
 
-std::size_t common_beginning(std::string_view a, std::string_view b) {
-  std::size_t length = 0;
-  while (length < std::min(a.size(), b.size()) && same_letters(a.substr(length, 1), b.substr(length, 1))) {
-    ++length;
-  }
-  return length;
-}
-
 // ---- Nodes ----
-
-std::string_view name_of(const cli_node &node) {
-  return node.name == nullptr ? std::string_view() : std::string_view(node.name, node.name_len);
-}
-
-bool is_argument(const cli_node &node) {
-  return node.type == TYPE_KEY || node.type == TYPE_VALUE || node.type == TYPE_CONTAINER;
-}
 
 bool is_builtin(const cli_node &word) {
   return (word.type == TYPE_WORD && word.word.link != nullptr) ||
          (word.type == TYPE_COMMAND &&
           (word.subconfig.handler == leave_mode || word.subconfig.handler == leave_all_modes));
-}
-
-bool is_optional(const cli_node &argument) {
-  switch (argument.type) {
-    case TYPE_KEY:
-      return argument.key.required == 0;
-    case TYPE_VALUE:
-      return argument.value.required == 0;
-    case TYPE_CONTAINER:
-      return argument.container.required == 0;
-    case TYPE_SUBCONFIG:
-    case TYPE_COMMAND:
-    case TYPE_WORD:
-    case TYPE_ALIAS:
-      break;
-  }
-  return false;
 }
 
 const WordIndex::Words &WordIndex::of(const cli_node &node) {
@@ -123,7 +75,7 @@ WordIndex::Words::const_iterator WordIndex::not_before(const cli_node &node, std
 
 const cli_node *WordIndex::named(const cli_node &node, std::string_view name) {
   const auto found = not_before(node, name);
-  return found != of(node).end() && same_letters(name_of(**found), name) ? *found : nullptr;
+  return found != of(node).end() && cli_engine::same_name(name_of(**found), name) ? *found : nullptr;
 }
 
 const cli_node *WordIndex::selected(const cli_node &node, std::string_view text) {
@@ -133,7 +85,7 @@ const cli_node *WordIndex::selected(const cli_node &node, std::string_view text)
   }
   const auto next = std::next(found);
   const bool is_only = next == of(node).end() || !begins_with(name_of(**next), text);
-  return is_only || same_letters(name_of(**found), text) ? *found : nullptr;
+  return is_only || cli_engine::same_name(name_of(**found), text) ? *found : nullptr;
 }
 
 const cli_node &owner_of(const cli_node &argument) {

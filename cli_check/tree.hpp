@@ -7,23 +7,24 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cli_engine/cli_engine.h"
+#include "cli_engine/node.hpp"
 
 namespace cli_check {
+
+using cli_engine::begins_with;
+using cli_engine::is_optional;
+using cli_engine::name_of;
 
 // Behind the built-in "exit" and "end" of every mode while a language is checked.
 int leave_mode(cli *engine, cli_node *node);
 int leave_all_modes(cli *engine, cli_node *node);
 
-// As the engine orders and finds words: by their letters in any case, the shorter first.
-[[nodiscard]] bool same_letters(std::string_view a, std::string_view b);
-[[nodiscard]] bool begins_with(std::string_view text, std::string_view beginning);
+// As the engine orders words: by their letters in any case, the shorter first.
 struct WordOrder {
   using is_transparent = void;
   bool operator()(std::string_view a, std::string_view b) const;
 };
 [[nodiscard]] std::string in_small_letters(std::string_view text);
-[[nodiscard]] std::size_t common_beginning(std::string_view a, std::string_view b);
 
 // The children of a node, for loops.
 class Children {
@@ -55,10 +56,10 @@ class Children {
   return {cli_node_first_arg(&node), cli_node_next_arg};
 }
 
-[[nodiscard]] std::string_view name_of(const cli_node &node);  // empty for none
-[[nodiscard]] bool is_argument(const cli_node &node);
+[[nodiscard]] inline bool is_argument(const cli_node &node) {
+  return !cli_engine::is_choice_kind(node);
+}
 [[nodiscard]] bool is_builtin(const cli_node &word);
-[[nodiscard]] bool is_optional(const cli_node &argument);
 [[nodiscard]] inline bool is_exclusive(const cli_node &group) {
   return group.container.mode == CONTAINER_EXCLUSIVE;
 }

@@ -1,11 +1,11 @@
 // Values that nothing can match or that another value or a keyword takes.
 #include <algorithm>
-#include <cstdlib>
 #include <set>
 #include <string>
 #include <utility>
 
 #include "cli_check/rules.hpp"
+#include "cli_engine/json_ref.hpp"
 
 namespace cli_check {
 
@@ -13,7 +13,7 @@ std::string entry_text(json_t *entry) {
   if (json_is_string(entry)) {
     return {json_string_value(entry), json_string_length(entry)};
   }
-  const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(entry, JSON_ENCODE_ANY), &std::free);
+  const cli_engine::JsonText text(json_dumps(entry, JSON_ENCODE_ANY));
   return text == nullptr ? "" : text.get();
 }
 

@@ -106,7 +106,7 @@ void look_at_abbreviations(const Scope &scope, const std::vector<Candidate> &sor
     const Candidate &next = sorted[at + 1];
     // Two keywords inside one member are that member's affair; equal names that of another rule.
     if (begins_with(name_of(*next.node), name_of(*key.node)) && next.member != key.member &&
-        !same_letters(name_of(*next.node), name_of(*key.node))) {
+        !cli_engine::same_name(name_of(*next.node), name_of(*key.node))) {
       scope.add(*key.node, "cannot be abbreviated: " + quoted(name_of(*next.node)) + " begins with the whole of it");
     }
   }

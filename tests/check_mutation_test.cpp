@@ -24,6 +24,7 @@
 
 #include "cli_check/check.hpp"
 #include "cli_engine/cli_engine.h"
+#include "cli_engine/json_ref.hpp"
 
 // What every "#handler" of the documents is made to name: handlers are not the checker's business here.
 extern "C" __attribute__((visibility("default"))) int check_test_handler(cli *engine, cli_node *node);
@@ -33,7 +34,7 @@ int check_test_handler(cli *, cli_node *) {
 
 namespace {
 
-using cli_check::JsonRef;
+using cli_engine::JsonRef;
 
 struct Texts {
   std::string definitions;
