@@ -286,7 +286,8 @@ class Explanation {
   [[nodiscard]] bool is_built_in(const cli_node &word) const {
     if (word.type == TYPE_COMMAND) {
       const cli_handler handler = word.subconfig.handler;
-      return handler == engine_.exit_handler || handler == engine_.end_handler;
+      const cli &loader = loaded_by(engine_);
+      return handler == loader.exit_handler || handler == loader.end_handler;
     }
     return word.type == TYPE_WORD && word.word.link != nullptr;
   }
@@ -380,6 +381,7 @@ int cli_explain(cli *engine, DynString *out) {
   if (state == nullptr || state->busy || out == nullptr) {
     return -1;
   }
+  cli_engine::own_language(engine);
   const parser_error *const error = engine->parser.error;
   if (error == nullptr || error->errcode == E_OK) {
     return 0;

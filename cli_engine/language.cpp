@@ -102,6 +102,7 @@ void join_language(cli *engine, cli_language *language) {
   Marks &marks = marks_of(&engine->root);
   marks.sharer = engine;
   marks.language = language;
+  marks.home = marks_of_root(language->home.root);
 }
 
 cli_language *new_language(const cli_language_source &source) {
@@ -239,6 +240,11 @@ const TextDocument *declaring_text(const cli_node *node, std::uint32_t &offset) 
 }
 
 }  // namespace
+
+const cli &loaded_by(const cli &engine) {
+  const Session *const session = session_of(&engine);
+  return session == nullptr ? engine : session->language->home;
+}
 
 void take_over(cli *engine) {
   cli_language &language = *session_of(engine)->language;

@@ -17,6 +17,9 @@ struct Session {
   Vector<OpenMode> modes;  // outermost first; of use while another engine has the tree
 };
 
+// The record whose handlers are behind the built-in commands: the engine's own, or its language's.
+const cli &loaded_by(const cli &engine);
+
 // Gives an engine of a language the tree, as its own last line left it.
 void take_over(cli *engine);
 

@@ -65,7 +65,7 @@ class Marks {
   }
 
   // The tree's modes, the root not among them, in the order in which they were declared: few beside all words.
-  [[nodiscard]] std::span<cli_node *const> modes() const { return modes_; }
+  [[nodiscard]] std::span<cli_node *const> modes() const { return home == nullptr ? modes_ : home->modes_; }
   void add_mode(cli_node &mode) { modes_.push_back(&mode); }
 
   // Forgets the modes at and below a node that is about to be released.
@@ -75,9 +75,11 @@ class Marks {
   void park();
   void restore();
 
-  // The engine that shares its language with others, and the language whose tree this is; or null.
+  // The engine that shares its language with others, the language whose tree this is, and the marks of the root below
+  // which it was loaded, which know its modes; or null.
   cli *sharer = nullptr;
   cli_language *language = nullptr;
+  const Marks *home = nullptr;
 
   // Takes a node that is being released off the list.
   static void strike(cli_node &node) {

@@ -411,6 +411,15 @@ cli_node *find_used(const Marks &marks, cli_node *node, std::string_view name) {
   return nullptr;
 }
 
+// The marks below a root, for the engine that the root belongs to.
+const Marks *own_marks(const cli_node &root) {
+  const Marks *const marks = marks_of_root(root);
+  if (marks != nullptr && marks->sharer != nullptr) [[unlikely]] {
+    take_over(marks->sharer);
+  }
+  return marks;
+}
+
 }  // namespace
 
 }  // namespace cli_engine
@@ -421,14 +430,9 @@ cli_node *cli_node_getn(cli_node *node, const char *name, size_t len) {
   if (node == nullptr || name == nullptr || len == 0) {
     return nullptr;
   }
-  const auto *const marks = static_cast<const cli_engine::Marks *>(cli_engine::tree_root(node)->internal);
-  if (marks == nullptr) {
-    return nullptr;  // nothing was ever marked
-  }
-  if (marks->sharer != nullptr) [[unlikely]] {
-    cli_engine::take_over(marks->sharer);
-  }
-  return cli_engine::find_used(*marks, node, {name, len});
+  const cli_engine::Marks *const marks = cli_engine::own_marks(*cli_engine::tree_root(node));
+  // There are none when nothing was ever marked.
+  return marks == nullptr ? nullptr : cli_engine::find_used(*marks, node, {name, len});
 }
 
 cli_node *cli_node_find(cli_node *node, const char *path) {
@@ -457,8 +461,11 @@ token *cli_get_subconfig_first_token(cli *engine, cli_node *node) {
   if (node == nullptr || !cli_engine::is_mode(node)) {
     return nullptr;
   }
-  if (engine != nullptr && engine->current == node) {
-    return tokenizer_first(&engine->tokenizer);
+  if (engine != nullptr) {
+    if (engine->current == node) {
+      return tokenizer_first(&engine->tokenizer);
+    }
+    cli_engine::own_marks(engine->root);
   }
   return node->subconfig.tokens.first;
 }
