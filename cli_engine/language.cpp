@@ -348,7 +348,7 @@ int cli_node_position(const cli_node *node, const char *member, const char **fil
   std::uint32_t offset = 0;
   const cli_engine::TextDocument *text = cli_engine::declaring_text(node, offset);
   if (text == nullptr ||
-      (member != nullptr && !text->find_member(offset, cli_engine::is_choice_kind(*node), member, offset))) {
+      (member != nullptr && !text->find_part(offset, cli_engine::is_choice_kind(*node), member, offset))) {
     return -1;
   }
   std::uint32_t found_line = 0;

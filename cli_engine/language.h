@@ -99,9 +99,11 @@ CLI_API int cli_exchange_language(cli *engine, cli_language *language);
  * text cannot be read again. */
 CLI_API json_t *cli_node_definition(cli_node *node);
 
-/* Where a node of a language from text was declared: its key, or its argument's declaration; with a member's name, that
- * member's value. 0, or -1 and nothing written for a node or member without a place. `file` is borrowed from the
- * language; each of the three may be null. */
+/* Where a node of a language from text was declared: its key, or its argument's declaration; with a member, that
+ * member's value. `member` is a name or a path from it into its value, with members behind points and items of arrays,
+ * counted from 0, in brackets: "#help", "#enum[3]", "#prompt[1].if", "#args[0].#enum[2]", "#commands.show ip.#help". A
+ * whole name goes before what it could be as a path. 0, or -1 and nothing written for a node or member without a place.
+ * `file` is borrowed from the language; each of the three may be null. */
 CLI_API int cli_node_position(const cli_node *node, const char *member, const char **file, uint32_t *line,
                               uint32_t *column);
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 
@@ -37,6 +38,51 @@ ssize_t read_all(int descriptor, char *to, std::size_t size) {
     done += static_cast<std::size_t>(count);
   }
   return static_cast<ssize_t>(done);
+}
+
+// Takes "[3]" off a path; false when the path begins otherwise.
+bool take_index(std::string_view &path, std::size_t &index) {
+  const char *const end = path.data() + path.size();
+  if (!path.starts_with('[')) {
+    return false;
+  }
+  const auto [behind, error] = std::from_chars(path.data() + 1, end, index);
+  if (error != std::errc{} || behind == end || *behind != ']') {
+    return false;
+  }
+  path.remove_prefix(static_cast<std::size_t>(behind + 1 - path.data()));
+  return true;
+}
+
+// The value at a path that begins with a member's name, or nothing. Names may hold points and brackets: the longest one
+// that the path begins with counts.
+Value follow(Value value, std::string_view path) {
+  for (;;) {
+    std::size_t length = 0;
+    Value next;
+    value.for_each_member([&](const Member &member) {
+      const std::string_view name{member.name};
+      if (path.starts_with(name) && name.size() >= length &&
+          (path.size() == name.size() || path[name.size()] == '.' || path[name.size()] == '[')) {
+        length = name.size();
+        next = member.value;
+      }
+    });
+    path.remove_prefix(length);
+    for (std::size_t index = 0; next.is_given() && take_index(path, index);) {
+      Value item;
+      next.for_each_item([&](std::size_t at, const Value &found) { item = at == index ? found : item; });
+      next = item;
+    }
+    if (!next.is_given() || path.empty()) {
+      return next;
+    }
+    if (!path.starts_with('.')) {
+      return {};
+    }
+    path.remove_prefix(1);
+    value = next;
+  }
 }
 
 std::size_t count_breaks(const char *text, std::size_t size) {
@@ -270,12 +316,12 @@ json_t *TextDocument::value_at(std::uint32_t offset, bool is_name) const {
   return part.read_value(offset, is_name) ? part.value().to_json() : nullptr;
 }
 
-bool TextDocument::find_member(std::uint32_t offset, bool is_name, const char *member, std::uint32_t &found) const {
+bool TextDocument::find_part(std::uint32_t offset, bool is_name, const char *path, std::uint32_t &found) const {
   Part part(*this);
   if (!part.read_value(offset, is_name)) {
     return false;
   }
-  const Value value = part.value().member(member);
+  const Value value = follow(part.value(), path);
   if (!value.is_given()) {
     return false;
   }

@@ -35,9 +35,9 @@ class TextDocument {
   bool find_line(std::uint32_t offset, std::uint32_t &line, std::uint32_t &column) const;
 
   // The value of a member whose name begins at the offset, or the value that begins there: as JSON, a new reference; or
-  // where in it the value of a member begins. Null and false when it cannot be read again or has no such member.
+  // where in it the value at a path begins. Null and false when it cannot be read again or has no such path.
   [[nodiscard]] json_t *value_at(std::uint32_t offset, bool is_name) const;
-  [[nodiscard]] bool find_member(std::uint32_t offset, bool is_name, const char *member, std::uint32_t &found) const;
+  [[nodiscard]] bool find_part(std::uint32_t offset, bool is_name, const char *path, std::uint32_t &found) const;
 
  private:
   class Part;

@@ -197,8 +197,24 @@ TEST(Language, TextIsReadAsJsonIs) {
   cli_node *const other = cli_node_first_choice(&session.get()->root)->choice_link.parent;
   ASSERT_STREQ(other->name, "other");
   std::uint32_t line = 0, column = 0;
-  EXPECT_EQ(cli_node_position(other, "#prompt", nullptr, &line, &column), 0);
-  EXPECT_EQ(std::make_pair(line, column), std::make_pair(10U, 80U));
+  struct {
+    const char *member;
+    std::uint32_t line, column;
+  } const places[] = {{"#prompt", 10, 80},
+                      {"#help.args.what", 10, 59},
+                      {"#help.args.w", 0, 0},
+                      {"#help[0]", 0, 0},
+                      {"#prompt.", 0, 0}},
+          inner[] = {{"#prompt[1].value", 6, 87}, {"#commands.set.#args[0].#enum[1]", 8, 75}, {"#prompt[2]", 0, 0}};
+  const auto check = [&](const cli_node *node, const auto &wanted) {
+    for (const auto &[member, at_line, at_column] : wanted) {
+      line = column = 0;
+      EXPECT_EQ(cli_node_position(node, member, nullptr, &line, &column), at_line == 0 ? -1 : 0) << member;
+      EXPECT_EQ(std::make_pair(line, column), std::make_pair(at_line, at_column)) << member;
+    }
+  };
+  check(other, places);
+  check(cli_node_first_choice(&session.get()->root), inner);
   std::filesystem::resize_file(file, 5);
   EXPECT_EQ(cli_node_position(other, nullptr, nullptr, &line, &column), -1);
   EXPECT_NE(session.say("show 5"), "");
