@@ -1,5 +1,6 @@
-# Both libraries export the names that the public headers declare with CLI_API, and no others.
-#   cmake -DLIBRARY=FILE -DARCHIVE=FILE -DHEADERS=FILE;... -DNM=nm -P exports.cmake
+# Both libraries export the names that the public headers declare with CLI_API, and no others; the header for other
+# languages has them all.
+#   cmake -DLIBRARY=FILE -DARCHIVE=FILE -DHEADERS=FILE;... -DNM=nm [-DFLAT_HEADER=FILE] -P exports.cmake
 set(declared)
 foreach(header IN LISTS HEADERS)
   file(READ ${header} text)
@@ -33,3 +34,14 @@ foreach(kind IN ITEMS "-D;${LIBRARY}" "-g;${ARCHIVE}")
     message(FATAL_ERROR "${kind}: declared but not exported: ${missing}\nexported but not declared: ${extra}")
   endif()
 endforeach()
+if(FLAT_HEADER)
+  file(READ ${FLAT_HEADER} text)
+  foreach(name IN LISTS declared)
+    if(NOT text MATCHES "[ *]${name}\\([^{}]*\\);")
+      message(FATAL_ERROR "${FLAT_HEADER} lacks ${name}")
+    endif()
+  endforeach()
+  if(text MATCHES "#|__")
+    message(FATAL_ERROR "${FLAT_HEADER} is not flat: ${CMAKE_MATCH_0}")
+  endif()
+endif()
