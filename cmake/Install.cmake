@@ -1,6 +1,7 @@
 # What `cmake --install` puts where, and the Debian packages made of it.
 #   runtime      libcli_engine.so.N
 #   development  headers, static library, CMake package, pkg-config file, manual of the library
+#   python       the package of bindings/python
 #   shell        cli-shell, schemas, its manual pages, the router example
 
 include(CMakePackageConfigHelpers)
@@ -77,7 +78,7 @@ else()
   set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON) # strips the files as well
 endif()
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/before_packing.cmake)
-set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_COMPONENTS_ALL runtime development python)
 if(TARGET cli-shell)
   list(APPEND CPACK_COMPONENTS_ALL shell)
 endif()
@@ -113,6 +114,11 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${runtime_package} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), libjansson-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, static library, CMake package, pkg-config file and manual.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-cli-engine)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${runtime_package} (>= ${PROJECT_VERSION}), python3 (>= 3.9)")
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "The library from Python: engines with handlers that are Python functions.")
 set(CPACK_DEBIAN_SHELL_PACKAGE_NAME cli-shell)
 set(CPACK_DEBIAN_SHELL_PACKAGE_SECTION shells)
 set(CPACK_DEBIAN_SHELL_PACKAGE_DEPENDS
@@ -121,7 +127,8 @@ set(CPACK_DEBIAN_SHELL_PACKAGE_RECOMMENDS less)
 set(CPACK_COMPONENT_SHELL_DESCRIPTION "cli-shell, a host for every command language of libcli_engine, with
  the schemas and the manual of the documents that declare one.")
 
-foreach(row IN ITEMS runtime:${runtime_package} development:libcli-engine-dev shell:cli-shell)
+foreach(row IN ITEMS runtime:${runtime_package} development:libcli-engine-dev python:python3-cli-engine
+        shell:cli-shell)
   string(REPLACE ":" ";" row ${row})
   list(GET row 0 component)
   list(GET row 1 package)

@@ -17,9 +17,11 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 packages=$scratch/packages root=$scratch/root
 cpack -G DEB --config "$build/CPackConfig.cmake" -B "$packages" >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"
-[ "$(ls "$packages"/*.deb | wc -l)" = 3 ] || fail "there are not three packages: $(ls "$packages")"
+[ "$(ls "$packages"/*.deb | wc -l)" = 4 ] || fail "there are not four packages: $(ls "$packages")"
 for package in "$packages"/*.deb; do
-  [ "$(dpkg-deb -f "$package" Architecture)" = "${architecture:-$(dpkg --print-architecture)}" ] || fail "$(dpkg-deb -f "$package")"
+  wanted=${architecture:-$(dpkg --print-architecture)}
+  case $package in */python3-*) wanted=all ;; esac
+  [ "$(dpkg-deb -f "$package" Architecture)" = "$wanted" ] || fail "$(dpkg-deb -f "$package")"
 done
 
 if [ -n "$architecture" ]; then
@@ -27,7 +29,7 @@ if [ -n "$architecture" ]; then
   libraries=$(dirname "$(find "$root/usr/lib" -name libcli_engine.so)")
   "${emulator[@]}" -E "LD_LIBRARY_PATH=$libraries" "$root/usr/bin/cli-shell" --version | grep -q "^cli-shell [0-9]" ||
     fail "cli-shell does not run"
-  echo "three packages for $architecture"
+  echo "packages for $architecture"
   exit
 fi
 
@@ -40,12 +42,12 @@ fi
 
 # The root knows what this machine has of the packages that ours need, and no more: dpkg says what else they ask for.
 mkdir -p "$root/var/lib/dpkg/updates" "$root/var/lib/dpkg/info" "$root/tmp"
-for package in libc6 libcrypt1 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libre2-9; do
+for package in libc6 libcrypt1 libgcc-s1 libstdc++6 libjansson4 libjansson-dev libre2-9 python3; do
   dpkg-query -s "$package" && echo
 done >"$root/var/lib/dpkg/status"
 in_root() { dpkg --root="$root" --force-bad-path --log="$scratch/dpkg.log" "$@" >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"; }
 in_root --install "$packages"/*.deb
-for package in libcli-engine0 libcli-engine-dev cli-shell; do
+for package in libcli-engine0 libcli-engine-dev python3-cli-engine cli-shell; do
   dpkg-query --admindir="$root/var/lib/dpkg" -W -f '${db:Status-Status}\n' $package | grep -qx installed || fail "$package"
 done
 
@@ -66,7 +68,10 @@ cc -std=c11 -Wall -Werror -rdynamic "$scratch/host.c" $flags -o "$scratch/host"
 cc -std=c11 -Wall -Werror -shared -fPIC "$scratch/plugin.c" $flags -o "$scratch/libplugin.so"
 "$scratch/host" "$scratch/libplugin.so" | grep -qx "Hello world from C" || fail "a host does not run"
 
-in_root --purge cli-shell libcli-engine-dev libcli-engine0
+PYTHONPATH=$root/usr/lib/python3/dist-packages python3 -B -c 'import cli_engine; cli_engine.Engine({})' ||
+  fail "the package for Python does not run"
+
+in_root --purge cli-shell python3-cli-engine libcli-engine-dev libcli-engine0
 left=$(find "$root" -path "$root/var" -prune -o ! -type d -print)
 [ -z "$left" ] || fail "left behind: $left"
-echo "three packages installed, used and removed"
+echo "packages installed, used and removed"
