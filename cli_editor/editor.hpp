@@ -73,6 +73,7 @@ struct Choices {
   };
   size_t start = 0;  // the words replace the line from this byte on, up to the cursor
   std::vector<Word> words;
+  std::string note;  // why the words are no completion but only to be read, in a line above them; mostly empty
 };
 
 class Machine;

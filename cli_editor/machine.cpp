@@ -218,7 +218,7 @@ std::vector<std::string> Machine::panel_rows() const {
     words.push_back(spelt_out(text.substr(0, text.size() - (text.ends_with(' ') ? 1 : 0)), options_.width));
     widths.push_back(columns_of(words.back(), options_.width));
     widest = std::max(widest, widths.back());
-    helps = helps || !word.help.empty();
+    helps = helps || word.help != listed_.front().help;  // the same for all tells nothing
   }
   const size_t across = helps ? 1 : std::max<size_t>(1, (screen_.columns() + kSpace - 1) / (widest + kSpace));
   const size_t height = (words.size() + across - 1) / across;
@@ -229,6 +229,7 @@ std::vector<std::string> Machine::panel_rows() const {
     if (helps ? !listed_[i].help.empty() : i + height < words.size()) row.append(widest + kSpace - widths[i], ' ');
     if (helps) row += spelt_out(listed_[i].help, options_.width);
   }
+  if (!rows.empty() && !note_.empty()) rows.insert(rows.begin(), spelt_out(note_, options_.width));
   return rows;
 }
 
@@ -357,7 +358,7 @@ bool Machine::complete(Choices choices) {
   std::string word = common_start(choices.words, ignores_case_);
   const bool is_only = choices.words.size() == 1;
   const bool repeated = tabbed_ == line_.text();
-  if (is_only || word.size() > typed) {
+  if (choices.note.empty() && (is_only || word.size() > typed)) {
     // The rest of the word is replaced where it is what is put in anyway, and else kept.
     const std::string_view behind = line_.behind_cursor();
     const std::string_view rest = behind.substr(0, behind.find_first_of(" \t"));
@@ -377,11 +378,12 @@ bool Machine::complete(Choices choices) {
     return true;
   }
   tabbed_ = line_.text();
-  if (!repeated) {
+  if (!repeated && choices.note.empty()) {
     bell();
     return true;
   }
   listed_ = std::move(choices.words);
+  note_ = std::move(choices.note);
   page_ = 0;
   if (!options_.sequences) {  // there is no way back up to the line
     const std::vector<std::string> rows = panel_rows();

@@ -235,6 +235,7 @@ class Machine {
 
   std::optional<std::string> tabbed_;  // the line after a Tab that left several choices
   std::vector<Choices::Word> listed_;
+  std::string note_;  // above them
   size_t page_ = 0;
   std::optional<std::string> looked_at_;
   Look look_;

@@ -60,11 +60,11 @@ void help_on_controls() {
   for (const auto &row : kControls) std::printf("%-12s%s\n", row.syntax, row.help);
 }
 
-Completion complete_control(const std::string &line) {
-  Completion completion;
+cli_editor::Choices complete_control(const std::string &line) {
+  cli_editor::Choices choices;
   for (const auto &row : kControls)
-    if (std::string(row.name).starts_with(line)) completion.words.push_back(std::string(row.name) + " ");
-  return completion;
+    if (std::string(row.name).starts_with(line)) choices.words.push_back({std::string(row.name) + " ", row.help});
+  return choices;
 }
 
 }  // namespace cli_shell

@@ -18,7 +18,7 @@ void run_control(cli *engine, const std::string &line);
 // Prints all there are.
 void help_on_controls();
 
-Completion complete_control(const std::string &line);
+cli_editor::Choices complete_control(const std::string &line);
 
 }  // namespace cli_shell
 

@@ -317,8 +317,9 @@ std::string add_filter(std::string_view text, bool is_last, FilteredLine &line) 
   return std::move(made.error);
 }
 
-// The places of the bars that separate filters.
-std::vector<size_t> bars(std::string_view line) {
+}  // namespace
+
+std::vector<size_t> filter_bars(std::string_view line) {
   std::vector<size_t> found;
   WordScanner scanner;
   bool after_blank = true;
@@ -331,11 +332,9 @@ std::vector<size_t> bars(std::string_view line) {
   return found;
 }
 
-}  // namespace
-
 FilteredLine split_filters(std::string_view line) {
   FilteredLine result;
-  const std::vector<size_t> found = bars(line);
+  const std::vector<size_t> found = filter_bars(line);
   result.command = line.substr(0, found.empty() ? line.size() : found[0]);
   if (found.size() > kMostFilters) result.error = "A line has at most " + std::to_string(kMostFilters) + " filters";
   for (size_t i = 0; i < found.size() && result.error.empty(); ++i) {
@@ -347,7 +346,7 @@ FilteredLine split_filters(std::string_view line) {
 }
 
 size_t last_filter_start(std::string_view line) {
-  const std::vector<size_t> found = bars(line);
+  const std::vector<size_t> found = filter_bars(line);
   return found.empty() ? std::string_view::npos : found.back() + 1;
 }
 

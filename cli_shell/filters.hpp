@@ -45,6 +45,9 @@ struct FilteredLine {
 };
 FilteredLine split_filters(std::string_view line);
 
+// Where the bars stand that pass output through filters: unquoted ones between blanks.
+std::vector<size_t> filter_bars(std::string_view line);
+
 // Where the last filter of an unfinished line begins (behind its bar), or npos when the line has no bar.
 size_t last_filter_start(std::string_view line);
 

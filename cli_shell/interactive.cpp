@@ -21,12 +21,8 @@ EditorHooks hooks_of(Shell &shell) {
   EditorHooks hooks;
   hooks.prompt = [&shell] { return shell.prompt(); };
   hooks.help = [&shell](const std::string &before_cursor) { shell.help(before_cursor); };
-  hooks.complete = [&shell](const std::string &before_cursor) {
-    const Completion completion = shell.complete(before_cursor);
-    cli_editor::Choices choices{completion.start, {}};
-    for (const std::string &word : completion.words) choices.words.push_back({word, ""});
-    return choices;
-  };
+  hooks.complete = [&shell](const std::string &before_cursor) { return shell.complete(before_cursor); };
+  hooks.look = [&shell](const std::string &line) { return shell.look(line); };
   hooks.at_top = [&shell] { return shell.at_top(); };
   hooks.colours = shell.colours();
   return hooks;

@@ -58,6 +58,8 @@ constexpr CommonOption kCommon[] = {
     {"--color", "WHEN", "auto, always or never (auto: on a terminal, unless NO_COLOR is set)",
      [](Options &o, const std::string &a) { o.colour = colour_from(a); }},
     {"--no-more", nullptr, "do not page long output", [](Options &o, const std::string &) { o.no_more = true; }},
+    {"--plain", nullptr, "no colours and no completion behind the cursor while a line is typed",
+     [](Options &o, const std::string &) { o.plain = true; }},
     {"--strict", nullptr, "with -c, -f and pipes: end with status 1 at the first line that fails",
      [](Options &o, const std::string &) { o.strict = true; }},
     {"--restricted", nullptr, "no file is saved, no pager program started; files are named with absolute paths",

@@ -35,6 +35,7 @@ struct Options {
   std::vector<Action> actions;
   ColourChoice colour = ColourChoice::kAuto;
   bool no_more = false;
+  bool plain = false;
   bool strict = false;
   bool restricted = false;
   bool audit = false;

@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "cli_shell/control.hpp"
+#include "cli_shell/look.hpp"
 #include "cli_shell/words.hpp"
 
 int cli_shell_exit(cli *engine, cli_node *) {
@@ -61,8 +62,10 @@ Shell::Shell(const Options &options, const Documents &documents, std::vector<Han
     : record_{},
       libraries_(std::move(libraries)),
       handlers_(documents.definitions.get(), libraries_),
+      completer_(&record_.engine, libraries_),
       output_(options.colour, is_session(options)),
       strict_(options.strict),
+      plain_(options.plain),
       restricted_(options.restricted),
       audited_(options.audit) {
   static_assert(std::is_standard_layout_v<Record>, "the engine's address is the record's");
@@ -70,6 +73,9 @@ Shell::Shell(const Options &options, const Documents &documents, std::vector<Han
   record_.shell = this;
   cli *const engine = &record_.engine;
   engine->handlers = handlers_.entries();
+  engine->complete = [](cli *asking, cli_node *value, const char *text, json_t *result) {
+    of(asking).completer_.offer_values(value, text, result);
+  };
   engine->exit_handler = cli_shell_exit;
   engine->end_handler = cli_shell_end;
   engine->level = options.level.value_or(0);
@@ -251,11 +257,16 @@ void Shell::help_filters(const std::string &before_cursor, size_t filter_start) 
   });
 }
 
-Completion Shell::complete(const std::string &before_cursor) {
+cli_editor::Choices Shell::complete(const std::string &before_cursor) {
   if (is_own(before_cursor)) return complete_control(before_cursor);
   const size_t filter_start = last_filter_start(before_cursor);
   if (filter_start != std::string::npos) return complete_filter(before_cursor, filter_start);
-  return complete_line(&record_.engine, libraries_, before_cursor);
+  return completer_.complete(before_cursor);
+}
+
+cli_editor::Look Shell::look(const std::string &line) {
+  if (plain_ || is_own(line)) return {};
+  return look_of(&record_.engine, completer_, line);
 }
 
 // ---- State

@@ -68,7 +68,10 @@ class Shell {
 
   // The words that fit at the end of the text before the cursor (Tab): command words, keywords, enumerations, values
   // that a handlers library offers, filters. Prints nothing.
-  Completion complete(const std::string &before_cursor);
+  cli_editor::Choices complete(const std::string &before_cursor);
+
+  // How a line looks while it is typed (look.hpp).
+  cli_editor::Look look(const std::string &line);
 
   // ---- State
 
@@ -123,11 +126,13 @@ class Shell {
   std::vector<HandlersLibrary> libraries_;
   HandlerTable handlers_;
   std::vector<std::string> secrets_ = {"password", "secret"};
+  Completer completer_;
   Output output_;
   bool started_ = false;
   bool accepts_controls_ = false;
   bool leave_requested_ = false;
   bool strict_;
+  bool plain_;
   bool restricted_;
   bool audited_;
 

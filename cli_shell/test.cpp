@@ -27,9 +27,9 @@ constexpr int kCannotRun = 2;
 // ---- The process of one session. Libraries, handlers that end the process and faulty documents stay in it.
 
 void print_completion(Shell &shell, const std::string &text) {
-  const Completion completion = shell.complete(text);
+  const cli_editor::Choices choices = shell.complete(text);
   shell.print([&] {
-    for (const std::string &word : completion.words) std::puts(word.c_str());
+    for (const cli_editor::Choices::Word &word : choices.words) std::puts(word.text.c_str());
   });
 }
 

@@ -46,7 +46,9 @@ void answer(Editor &editor, const Event &event) {
     case Event::Kind::kHelp:
       return event.text.ends_with('x') ? editor.step_aside() : editor.insert("?");
     case Event::Kind::kComplete:
-      editor.complete({event.text.rfind(' ') + 1, {{"show ", "Show \u65e5"}, {"sh\xff", ""}, {"shut ", "\t"}}});
+      editor.complete({event.text.rfind(' ') + 1,
+                       {{"show ", "Show \u65e5"}, {"sh\xff", ""}, {"shut ", "\t"}},
+                       event.text.ends_with('y') ? "% note" : ""});
       return;
     case Event::Kind::kEdit:
       return editor.replace(event.text + " edited");

@@ -80,7 +80,7 @@ class Keys(Prompt):
             ("show l\t" + 3 * LEFT, "", ctrl("E") + "3", lines3),
             ("SH\tL\t", "", "3", lines3),
             ("show  3" + 2 * LEFT + "l\t", "", "", lines3),
-            ("show \t\t", "bytes   config  lines   text", "lines 3", lines3),
+            ("show \t\t", "bytes   The bytes that hexadecimal digits stand for", "lines 3", lines3),
             ("show lines 3 | c\t", "", "", "show lines 3 \n3\n"),
             ("show lines \t", "count\tHow many\n", "3", lines3),
             ("nonsense \t", "% Unrecognized input\n", ctrl("U") + "show lines 3", lines3),
@@ -112,6 +112,14 @@ class Keys(Prompt):
     def leave_mode(self, shell):
         self.assertIn("exit ", self.type(shell, ctrl("D")))
         self.leave(shell)
+
+    def test_a_line_shows_what_its_words_are(self):
+        shell = self.spawn(COMMAND + ["--color=always"])
+        for keys, shown in [("sh", "\x1b[32msh\x1b[0;2mow"), ("ow te", "\x1b[0;2mxt"), ("xt x | co", "\x1b[0;2munt"),
+                            (ctrl("U") + "show tx", "\x1b[31mtx"), (ctrl("U") + "s l 3", "\x1b[31ms l 3"),
+                            ("\t", "Ambiguous word \"s\":")]:
+            shell.send(keys)
+            shell.expect_exact(shown)
 
     def test_keys_of_a_device(self):
         shell = self.shell()

@@ -67,7 +67,7 @@ std::string outcome(Editor &editor, const std::string &bytes, size_t piece) {
     editor.feed(std::string_view(bytes).substr(at, piece));
     event = editor.next();
     while (event.kind == Event::Kind::kComplete) {
-      Choices choices{event.text.rfind(' ') + 1, {}};
+      Choices choices{event.text.rfind(' ') + 1, {}, ""};
       const std::string typed = event.text.substr(choices.start);
       for (const char *word : {"show ", "shutdown ", "version ", "versatile "})
         if (std::string(word).starts_with(typed)) choices.words.push_back({word, ""});
@@ -109,23 +109,23 @@ TEST(LineEditor, KeysDoWhatTheirRowsSay) {
 
 struct Shown {
   std::string bytes;  // as typed
-  std::string text;   // as shown
   size_t width, reach;
+  std::string text = bytes;  // as shown
 };
 const Shown kCharacters[] = {
-    {"a", "a", 1, 1},
-    {"Z", "Z", 1, 1},
-    {" ", " ", 1, 1},
-    {"\u00e4", "\u00e4", 1, 1},
-    {"e\u0301\u0323", "e\u0301\u0323", 1, 1},
-    {"\u65e5", "\u65e5", 2, 2},
-    {"\U0001f44d", "\U0001f44d", 2, 2},
-    {"\u2764\ufe0f", "\u2764\ufe0f", 2, 2},
-    {"\U0001f44b\U0001f3fd", "\U0001f44b\U0001f3fd", 2, 4},
-    {"\U0001f468\u200d\U0001f469\u200d\U0001f467", "\U0001f468\u200d\U0001f469\u200d\U0001f467", 2, 6},
-    {"\xff", "\\xff", 4, 1},
-    {"\x16\x01", "^A", 2, 1},
-    {"\u202e", "\\xe2\\x80\\xae", 12, 1},
+    {"a", 1, 1},
+    {"Z", 1, 1},
+    {" ", 1, 1},
+    {"\u00e4", 1, 1},
+    {"e\u0301\u0323", 1, 1},
+    {"\u65e5", 2, 2},
+    {"\U0001f44d", 2, 2},
+    {"\u2764\ufe0f", 2, 2},
+    {"\U0001f44b\U0001f3fd", 2, 4},
+    {"\U0001f468\u200d\U0001f469\u200d\U0001f467", 2, 6},
+    {"\xff", 4, 1, "\\xff"},
+    {"\x16\x01", 2, 1, "^A"},
+    {"\u202e", 12, 1, "\\xe2\\x80\\xae"},
 };
 
 // A plain string with a cursor, in rows.
