@@ -88,7 +88,7 @@ void Line::forget_changes() {
 }
 
 void Line::reset(bool keeps) {
-  if (!keeps_) explicit_bzero(text_.data(), text_.capacity());
+  explicit_bzero(text_.data(), text_.capacity());  // whatever the line held, no later one has a use for it
   keeps_ = keeps;
   text_.clear();
   if (!keeps) text_.reserve(longest_);  // growing would leave copies

@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <langinfo.h>
 #include <sys/auxv.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include <new>
 #include <string_view>
 
+#include "cli_shell/private_memory.hpp"
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/subcommands.hpp"
 #include "libglobal/resembling.hpp"
@@ -57,12 +57,6 @@ void open_standard_descriptors() {
 // those rights.
 void refuse_raised_rights() {
   if (getauxval(AT_SECURE) != 0) throw UserError("it does not run set-user-ID or set-group-ID");
-}
-
-// Typed passwords do not end up in a file.
-void keep_memory_private() {
-  const rlimit none = {.rlim_cur = 0, .rlim_max = 0};
-  setrlimit(RLIMIT_CORE, &none);
 }
 
 int print_text(const std::string &text) {

@@ -22,30 +22,35 @@ std::string joined(const std::string &path, const char *name) {
   return path.empty() ? name : path + ' ' + name;
 }
 
-using SayLine = std::function<void(const std::string &line)>;
+struct Teller {
+  const Secrets &secrets;
+  std::function<void(const std::string &line)> say;
+};
 
 // The arguments of a node that the line gave, each by its path below `path`.
-void say_arguments(const cli_node *node, const std::string &path, const SayLine &say) {
+void say_arguments(const cli_node *node, const std::string &path, const Teller &teller) {
   for (cli_node *argument = cli_node_first_arg(node); argument; argument = cli_node_next_arg(argument)) {
     if (!argument->used) continue;
     const std::string below = joined(path, argument->name);
-    if (argument->type != TYPE_CONTAINER) say("  " + below + " = " + json_text(cli_node_value(argument)));
-    say_arguments(argument, below, say);
+    if (argument->type != TYPE_CONTAINER)
+      teller.say("  " + below + " = " +
+                 (teller.secrets.is_value(argument) ? std::string(kHidden) : json_text(cli_node_value(argument))));
+    say_arguments(argument, below, teller);
   }
 }
 
 // The arguments of the words and modes that lead to a node, the outermost first; the result is the node's own path.
-std::string say_enclosing_arguments(const cli_node *node, const SayLine &say) {
+std::string say_enclosing_arguments(const cli_node *node, const Teller &teller) {
   if (!node->parent) return "";
-  const std::string path = say_enclosing_arguments(node->parent, say);
-  if (node->parent->parent) say_arguments(node->parent, "/ " + path, say);
+  const std::string path = say_enclosing_arguments(node->parent, teller);
+  if (node->parent->parent) say_arguments(node->parent, "/ " + path, teller);
   return joined(path, node->name);
 }
 
-void say_call(cli_node *node, const char *handler, const SayLine &say) {
-  say(std::string("calls ") + handler);
-  say_arguments(node, "", say);
-  say_enclosing_arguments(node, say);
+void say_call(cli_node *node, const char *handler, const Teller &teller) {
+  teller.say(std::string("calls ") + handler);
+  say_arguments(node, "", teller);
+  say_enclosing_arguments(node, teller);
 }
 
 constexpr struct {
@@ -61,7 +66,7 @@ int call_own_handler(cli *engine, cli_node *node, const char *handler) {
 
 int preview(cli *engine, cli_node *node) {
   const char *const handler = json_string_value(json_object_get(cli_node_definition(node), "#handler"));
-  say_call(node, handler ? handler : "a handler", [engine, node](const std::string &line) {
+  const auto say = [engine, node](const std::string &line) {
     // What a mode's handler leaves in the pager is not shown.
     if (node->type == TYPE_SUBCONFIG) {
       std::puts(line.c_str());
@@ -69,7 +74,8 @@ int preview(cli *engine, cli_node *node) {
     }
     pager_feed(&engine->pager, line.c_str());
     pager_newline(&engine->pager);
-  });
+  };
+  say_call(node, handler ? handler : "a handler", {Shell::of(engine).secrets(), say});
   return handler ? call_own_handler(engine, node, handler) : 0;
 }
 

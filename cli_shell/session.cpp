@@ -31,13 +31,13 @@ class LineReader {
   // False at the end. A line that is too long is told and comes as what fails: none of it is run.
   bool next(std::string &line) {
     size_t end;
-    while ((end = text_.find('\n', searched_)) == std::string::npos && text_.size() <= kLongestLine && fill()) {
+    while ((end = text_.find('\n', searched_)) == std::string::npos && unread() <= kLongestLine && fill()) {
     }
-    if (end == std::string::npos && text_.size() > kLongestLine) return skip_line(line);
-    if (end == std::string::npos && (error_ != 0 || text_.empty())) return false;
-    line = text_.substr(0, end);
-    text_.erase(0, end == std::string::npos ? end : end + 1);
-    searched_ = 0;
+    const bool whole = end != std::string::npos;
+    if (!whole && unread() > kLongestLine) return skip_line(line);
+    if (!whole && (error_ != 0 || unread() == 0)) return false;
+    line = text_.substr(start_, whole ? end - start_ : end);
+    drop(line.size() + (whole ? 1 : 0));
     if (line.ends_with('\r')) line.pop_back();
     // A NUL byte would hide the rest of its line; as DEL it is a character that no command takes.
     std::replace(line.begin(), line.end(), '\0', '\x7f');
@@ -49,7 +49,20 @@ class LineReader {
  private:
   static constexpr size_t kLongestLine = size_t{1} << 20;
 
+  // What was read of the present line and those behind it.
+  size_t unread() const { return text_.size() - start_; }
+
+  void drop(size_t size) {
+    explicit_bzero(text_.data() + start_, size);
+    start_ += size;
+    searched_ = start_;
+  }
+
   bool fill() {
+    std::string rest = text_.substr(start_);
+    drop(rest.size());
+    text_ = std::move(rest);
+    start_ = 0;
     searched_ = text_.size();
     char block[65536];
     ssize_t count;
@@ -57,24 +70,27 @@ class LineReader {
     }
     if (count < 0) error_ = errno;
     if (count > 0) text_.append(block, static_cast<size_t>(count));
+    explicit_bzero(block, sizeof block);
     return count > 0;
   }
 
   bool skip_line(std::string &line) {
+    size_t end;
     do {
-      text_.clear();
+      drop(unread());
       if (!fill()) return false;
-      searched_ = 0;
-    } while (text_.find('\n') == std::string::npos);
-    text_.erase(0, text_.find('\n') + 1);
+      end = text_.find('\n');
+    } while (end == std::string::npos);
+    drop(end + 1);
     say_on_standard_error("a line is longer than " + std::to_string(kLongestLine) + " bytes and is not run");
     line = "\x7f";
     return true;
   }
 
   int fd_;
-  std::string text_;     // what is read, from the next line on
-  size_t searched_ = 0;  // so much of it holds no line end
+  std::string text_;     // what was read
+  size_t start_ = 0;     // of the next line in it; what lies before is wiped
+  size_t searched_ = 0;  // up to here that line has no end
   int error_ = 0;
 };
 

@@ -2,7 +2,6 @@
 
 #include <poll.h>
 #include <pwd.h>
-#include <strings.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -108,7 +107,7 @@ void Shell::start() {
   });
   for (const HandlersLibrary &library : libraries_)
     for (const char *const *name = library.secrets ? library.secrets() : nullptr; name && *name; ++name)
-      secrets_.emplace_back(*name);
+      secrets_.add_name(*name);
 }
 
 Shell &Shell::of(cli *engine) {
@@ -124,14 +123,34 @@ cli_node *Shell::parse(const std::string &line) {
   return parser_run(&engine->parser, &engine->tokenizer, nullptr);
 }
 
-// Whether the engine will run a handler for the line; then the size of the echo that it prints first.
+// What is printed of a command's line before its output. The line was parsed last, and is to be parsed again.
+std::string Shell::echo() {
+  hide(secrets_.words(&record_.engine, false));
+  const StringRef text(dyn_string_new());
+  cli_print_command(tokenizer_first(&record_.engine.tokenizer), text.get(), 1, nullptr);
+  return std::string(dyn_string_text(text.get()), dyn_string_len(text.get())) + '\n';
+}
+
+// Whether the engine will run a handler for the line; then the size of the echo that is printed first.
 bool Shell::selects_command(const std::string &command, size_t &echo_size) {
-  const cli_node *const selected = parse(command);
-  if (!selected || selected->type != TYPE_COMMAND || !selected->parent) return false;
-  const StringRef echo(dyn_string_new());
-  cli_print_command(tokenizer_first(&record_.engine.tokenizer), echo.get(), 1, nullptr);
-  echo_size = dyn_string_len(echo.get()) + 1;
+  if (!cli_is_command(parse(command))) return false;
+  echo_size = echo().size();
   return true;
+}
+
+// Executes a line that was parsed last and has secret words: none of them is printed, and they are forgotten.
+void Shell::execute_hidden(const std::string &line, const cli_node *selected, const std::vector<token *> &words) {
+  cli *const engine = &record_.engine;
+  if (!selected) {
+    constexpr size_t kErrorReport = 3;  // lines of it
+    const std::string report = print_hidden(engine, words, kErrorReport, [&] { cli_execute(engine, line.c_str()); });
+    std::fwrite(report.data(), 1, report.size(), stdout);
+    return;
+  }
+  if (cli_is_command(selected)) std::fputs(echo().c_str(), stdout);
+  engine->flags |= CLI_NO_ECHO;
+  cli_execute(engine, line.c_str());
+  engine->flags &= ~static_cast<uint32_t>(CLI_NO_ECHO);
 }
 
 // Runs the line and finds out what became of it.
@@ -141,10 +160,15 @@ bool Shell::run(const std::string &line) {
   const std::string told = audited_ ? masked(line) : "";
   cli_node *const selected = parse(line);
   const bool is_mode = selected && selected->type == TYPE_SUBCONFIG && selected->parent;
-  cli_execute(engine, line.c_str());
+  const std::vector<token *> words = is_comment(line) ? std::vector<token *>() : secrets_.words(engine, !selected);
+  if (words.empty())
+    cli_execute(engine, line.c_str());
+  else
+    execute_hidden(line, selected, words);
   const bool failed = !selected || engine->parser.error->errcode != E_OK || selected->type == TYPE_WORD;
   const bool refused = is_mode && engine->current != selected;
   if (audited_) audit(told, level, failed ? "failed" : refused ? "refused" : "run");
+  if (!words.empty()) forget_line(engine);
   return !failed && !refused;
 }
 
@@ -221,6 +245,7 @@ Tally Shell::execute_all(const NextLine &next, bool live) {
       else if (!is_comment(line) && !is_blank_line(line))
         done = run_in_block(line, block);
       tally.count(!done);
+      explicit_bzero(line.data(), line.size());
       if (live) std::fflush(stdout);
     }
   });
@@ -242,7 +267,13 @@ void Shell::help(const std::string &before_cursor) {
   if (is_own(before_cursor)) return print(help_on_controls);
   const size_t filter_start = last_filter_start(before_cursor);
   if (filter_start != std::string::npos) return help_filters(before_cursor, filter_start);
-  print([&] { cli_help(&record_.engine, before_cursor.c_str()); });
+  print([&] {
+    cli *const engine = &record_.engine;
+    const bool failed = !parse(before_cursor) && engine->parser.error->errcode != E_INCOMPLETE;
+    const std::string text =
+        print_hidden(engine, secrets_.words(engine, failed), 1, [&] { cli_help(engine, before_cursor.c_str()); });
+    std::fwrite(text.data(), 1, text.size(), stdout);
+  });
 }
 
 void Shell::help_filters(const std::string &before_cursor, size_t filter_start) {
@@ -275,48 +306,20 @@ std::string Shell::prompt() const {
   return harmless(record_.engine.prompt_text);
 }
 
-bool Shell::is_secret_name(const char *name) const {
-  return name && std::any_of(secrets_.begin(), secrets_.end(),
-                             [&](const std::string &secret) { return strcasecmp(secret.c_str(), name) == 0; });
-}
-
-bool Shell::is_secret_value(const cli_node *node) const {
-  if (!node || node->type != TYPE_VALUE) return false;
-  if (is_secret_name(node->name) || is_secret_name(node->value.validator.type->name)) return true;
-  return node->parent && node->parent->type == TYPE_KEY && is_secret_name(node->parent->name);
-}
-
-// A word that may be meant for a secret's name: abbreviated or mistyped, in a line that fails.
-bool Shell::resembles_secret(std::string_view word) const {
-  constexpr size_t kShortest = 3;
-  if (word.size() < kShortest) return false;
-  return std::any_of(secrets_.begin(), secrets_.end(), [&](const std::string &secret) {
-    return (word.size() <= secret.size() && strncasecmp(secret.c_str(), word.data(), word.size()) == 0) ||
-           (word.size() > kShortest && differs_by_typing(word, secret));
-  });
-}
-
 bool Shell::is_secret(const std::string &line) {
   if (is_comment(line)) return false;
   const FilteredLine parts = split_filters(line);
   const bool failed = parse(parts.command) == nullptr;
-  // A line that fails has no nodes behind its words, and is no less secret.
-  for (token *word = tokenizer_first(&record_.engine.tokenizer); word; word = token_next(word))
-    if (is_secret_name(word->text) || is_secret_value(word->node) || (failed && resembles_secret(word->text)))
-      return true;
-  return false;
+  return secrets_.are_mentioned(&record_.engine, failed);
 }
 
 // The line's words, those that are secret, or may be, left out.
 std::string Shell::masked(const std::string &line) {
   const bool failed = parse(line) == nullptr;
+  hide(secrets_.words(&record_.engine, failed));
   std::string text;
-  bool hidden = false;
-  for (token *word = tokenizer_first(&record_.engine.tokenizer); word; word = token_next(word)) {
-    if (!text.empty()) text += ' ';
-    text += hidden || is_secret_value(word->node) ? "***" : quoted(word->text);
-    hidden = hidden || (failed && (is_secret_name(word->text) || resembles_secret(word->text)));
-  }
+  for (token *word = tokenizer_first(&record_.engine.tokenizer); word; word = token_next(word))
+    text += (text.empty() ? "" : " ") + quoted(word->text);
   return harmless(text);
 }
 

@@ -16,6 +16,7 @@
 #include "cli_shell/handlers_library.hpp"
 #include "cli_shell/options.hpp"
 #include "cli_shell/output.hpp"
+#include "cli_shell/secrets.hpp"
 
 namespace cli_shell {
 
@@ -78,7 +79,11 @@ class Shell {
   // The prompt, safe for a terminal (control bytes are shown as \xNN); without colour.
   std::string prompt() const;
 
-  // Whether the line holds a secret value. Ask before the line is executed, in the mode in which it was typed.
+  // What is secret in lines.
+  const Secrets &secrets() const { return secrets_; }
+
+  // Whether the line holds a secret value, or speaks of one. Ask before the line is executed, in the mode in which it
+  // was typed.
   bool is_secret(const std::string &line);
 
   // No mode is entered.
@@ -114,18 +119,17 @@ class Shell {
   void audit(const std::string &line, int level, const char *outcome) const;
   // A run over the line, with marks in the tree as a line that is executed leaves them.
   cli_node *parse(const std::string &line);
+  std::string echo();
   bool selects_command(const std::string &command, size_t &echo_size);
+  void execute_hidden(const std::string &line, const cli_node *selected, const std::vector<token *> &words);
   bool refuse(const std::string &message);
   void help_filters(const std::string &before_cursor, size_t filter_start);
-  bool is_secret_name(const char *name) const;
-  bool is_secret_value(const cli_node *node) const;
-  bool resembles_secret(std::string_view word) const;
 
   Record record_;
   validator_typesystem *types_ = nullptr;
   std::vector<HandlersLibrary> libraries_;
   HandlerTable handlers_;
-  std::vector<std::string> secrets_ = {"password", "secret"};
+  Secrets secrets_;
   Completer completer_;
   Output output_;
   bool started_ = false;

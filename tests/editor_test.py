@@ -151,7 +151,7 @@ class Keys(Prompt):
             with self.subTest(keys=keys):
                 # A line with a secret does not itself become one to be found.
                 shown = self.type(shell, keys + ctrl("A") + 'user "' + ctrl("E") + '" pin 1\r')
-                self.assertTrue(shown.endswith(f"\nuser {line} pin 1 \nlevel 1\n"), shown)
+                self.assertTrue(shown.endswith(f"\nuser {line} pin *** \nlevel 1\n"), shown)
 
     def test_inputrc_chooses_vi(self):
         rc = self.file("inputrc", b"set editing-mode vi\n")

@@ -153,6 +153,17 @@ class Lines(Case):
         out = run("-f", first, "-c", "show text two", "-f", second)[0]
         self.assertEqual(["one", "two", "three"], out.splitlines()[1::2])
 
+    def test_secret_words_are_never_shown(self):
+        lines = [("user bob password hush", "user bob password *** \nlevel 1\n"),
+                 ("user bob password 'hush, hush' x", f"user bob password *** *** \n{22 * ' '}^\n"),
+                 ("user bob passwrod hush", f"user bob passwrod *** \n{9 * ' '}^\n"), ("usr bob pas hush", "usr bob pas *** \n"),
+                 ("user bob pin hush", f"user bob pin *** \n{13 * ' '}^\nInvalid argument at '***'")]
+        for line, shown in lines:
+            with self.subTest(line):
+                out = run("-c", line)[0]
+                self.assertTrue(out.startswith(shown), out)
+                self.assertNotIn("hush", out)
+
     def test_line_ends(self):
         long_word = "x" * 300000
         lines = [(b"show text a\n", ["a"]), (b"show text a\r\nshow text b\r\n", ["a", "b"]), (b"show text a", ["a"]),
