@@ -2,7 +2,7 @@
 #   runtime      libcli_engine.so.N
 #   development  headers, static library, CMake package, pkg-config file, manual of the library
 #   python       the package of bindings/python
-#   shell        cli-shell, schemas, its manual pages, the router example
+#   shell        cli-shell, schemas, its manual pages, the examples
 
 include(CMakePackageConfigHelpers)
 
@@ -59,6 +59,7 @@ if(TARGET router_handlers AND TARGET cli-shell)
   set_target_properties(router_handlers PROPERTIES SKIP_BUILD_RPATH ON)
   install(TARGETS router_handlers LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/cli-shell COMPONENT shell)
   install(DIRECTORY examples/router/ DESTINATION ${router_dir} COMPONENT shell)
+  install(DIRECTORY examples/switch DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/cli-shell/examples COMPONENT shell)
   file(RELATIVE_PATH handlers ${CMAKE_INSTALL_PREFIX}/${router_dir}
        ${CMAKE_INSTALL_FULL_LIBDIR}/cli-shell/router_handlers.so)
   file(CREATE_LINK ${handlers} ${PROJECT_BINARY_DIR}/router_handlers.so SYMBOLIC)

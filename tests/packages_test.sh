@@ -57,13 +57,17 @@ export LD_LIBRARY_PATH=$libraries PATH=$root/usr/bin:$PATH XDG_STATE_HOME=$scrat
 echo '{"quit": {"#help": "Leave", "#handler": "cli_shell_exit"}}' >"$scratch/tiny.json"
 [ "$("$root/usr/bin/cli-shell" --color=never -c quit "$scratch/tiny.json")" = "quit " ] || fail "a language does not run"
 
-# The example, as the README says.
-example=$(sed -n 's/^    \(cli-shell --handlers .*--privileges .*\)/\1/p' "$source/README.md")
-[ -n "$example" ] || fail "the README does not say how the example is run"
+# The examples, as the README says.
+export PKG_CONFIG_PATH=$libraries/pkgconfig
+says() { sed -n "s/^    \($1.*\)/\1/p" "$source/README.md" | grep . || fail "the README does not say $1"; }
+example=$(says "cli-shell --handlers .*--privileges ")
 (cd "$root/usr/share/doc/cli-shell/examples/router" && $example -c "show version") | grep -q Kernel || fail "$example"
+cp -r "$root/usr/share/doc/cli-shell/examples/switch" "$scratch"
+(cd "$scratch/switch" && eval "$(says "cc -shared")" && $(says "cli-shell --handlers .*switch.json") -c "show ports" -c exit) |
+  grep -q "^4     auto" || fail "the switch does not run"
 
 cp "$source/tests/consumer/host.c" "$source/tests/consumer/plugin.c" "$scratch"
-flags=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --cflags --libs cli_engine)
+flags=$(pkg-config --cflags --libs cli_engine)
 cc -std=c11 -Wall -Werror -rdynamic "$scratch/host.c" $flags -o "$scratch/host"
 cc -std=c11 -Wall -Werror -shared -fPIC "$scratch/plugin.c" $flags -o "$scratch/libplugin.so"
 "$scratch/host" "$scratch/libplugin.so" | grep -qx "Hello world from C" || fail "a host does not run"
