@@ -88,7 +88,7 @@ def runs_of(line, prompt):
             run = None
             column += 8 - column % 8 if char == "\t" else 1
             continue
-        colour = TYPED if prompt and index >= prompt else colour
+        colour = TYPED if prompt and index >= prompt and colour == TEXT else colour
         if run and run[2] != colour:
             yield run
             run = None
@@ -96,6 +96,12 @@ def runs_of(line, prompt):
         column += 1
     if run:
         yield run
+
+
+def coloured(typed):
+    """What shows a line that was typed: the editor may colour its words."""
+    colours = r"(?:\x1b\[[0-9;]*m)*"
+    return colours + "".join(re.escape(char) + colours for char in typed)
 
 
 def captures(command, pictures):
@@ -119,7 +125,7 @@ def captures(command, pictures):
                         typed = ""
                 if keys or not pending:
                     # The end of a step is the prompt with what stands in the line again.
-                    child.expect(r"\x1b\[\?2004h(?:\r\x1b\[[JK])?(" + PROMPT.pattern + re.escape(typed) + r")(?![^\x1b])")
+                    child.expect(r"\x1b\[\?2004h(?:\r\x1b\[[JK])?(" + PROMPT.pattern + coloured(typed) + r")(?![^\x1b])")
                     screen.feed(child.before + child.after)
             pending = "".join(char for char, _ in screen.lines.pop())
             yield name, screen
