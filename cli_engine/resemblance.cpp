@@ -9,13 +9,12 @@
 namespace cli_engine {
 namespace {
 
-// The first word of a set that comes after all that begin with a prefix, or null.
-const cli_node *first_behind(const cli_node_set &choices, std::string_view prefix) {
-  const WantedName wanted(prefix);
+// The first word of a set that does not come before a text, or null.
+const cli_node *first_from(const cli_node_set &choices, const WantedName &text) {
   const cli_node *found = nullptr;
   const cli_node *node = choices.root;
   while (node != nullptr) {
-    if (wanted.compare_beginning(*node) < 0) {
+    if (text.compare(*node) <= 0) {
       found = node;
       node = node->choice_link.left;
     } else {
@@ -73,9 +72,13 @@ void NearWords::offer_choices(const cli_node_set &choices, std::int32_t privileg
       slips_.to(name_of(*choice));
     }
     const cli_node *next = next_choice(*choice);
-    if (const std::size_t telling = slips_.telling(); next != nullptr && telling != 0) {
-      const std::string_view prefix = name_of(*choice).substr(0, telling);
-      next = begins_with(name_of(*next), prefix) ? first_behind(choices, prefix) : next;
+    if (next != nullptr && slips_.passes_over()) {
+      const std::string_view onward = slips_.onward();
+      if (onward.empty()) {
+        return;
+      }
+      const WantedName wanted(onward);
+      next = wanted.compare(*next) <= 0 ? next : first_from(choices, wanted);
     }
     choice = next;
   }

@@ -5,6 +5,11 @@
 #include "cli_engine/node.hpp"
 
 namespace cli_engine {
+namespace {
+
+constexpr unsigned kLetters = 256;
+
+}  // namespace
 
 // Only what lies near the diagonal can be within the number of slips; what is beside it counts as beyond.
 void Slips::compute_row(std::size_t i, std::string_view name) {
@@ -60,6 +65,37 @@ unsigned Slips::to(std::string_view name) {
   }
   const bool whole = known_ == name.size() && known_ + most_ >= word_.size();
   return whole ? std::min<unsigned>(rows_[known_][word_.size()], beyond) : beyond;
+}
+
+// The least letter behind that of the last name at a place with which a near name may go on there; beyond all letters
+// when there is none. Once all slips are made, only letters of the word that stand near the place will do.
+unsigned Slips::letter_behind(std::size_t place) const {
+  const unsigned seen = fold(before_[place]);
+  unsigned least = kLetters;
+  if (least_[place] < most_) {
+    for (least = seen + 1; least < kLetters && fold(static_cast<char>(least)) != least; least++) {
+    }
+    return least;
+  }
+  const std::size_t from = place > most_ ? place - most_ - 1 : 0;
+  const std::size_t to = std::min(word_.size(), place + most_ + 1);
+  for (std::size_t j = from; j < to; j++) {
+    const unsigned letter = fold(word_[j]);
+    least = letter > seen ? std::min(least, letter) : least;
+  }
+  return least;
+}
+
+std::string_view Slips::onward() {
+  for (std::size_t length = telling_; length > 0; length--) {
+    const unsigned letter = letter_behind(length - 1);
+    if (letter < kLetters) {
+      before_.copy(onward_.data(), length - 1);
+      onward_[length - 1] = static_cast<char>(letter);
+      return {onward_.data(), length};
+    }
+  }
+  return {};
 }
 
 }  // namespace cli_engine

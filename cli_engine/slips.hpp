@@ -27,8 +27,10 @@ class Slips {
   // the work: a name must last until the next question.
   unsigned to(std::string_view name);
 
-  // So many first bytes of the last name show that no name that begins with them is near; 0 when that is not so.
-  [[nodiscard]] std::size_t telling() const { return telling_; }
+  // Whether the last name shows more than that it is not near: in the order of names none that comes behind it and
+  // before onward() is, or none at all when that is empty. onward() is valid until the next question.
+  [[nodiscard]] bool passes_over() const { return telling_ != 0; }
+  std::string_view onward();
 
  private:
   static constexpr std::size_t kMostSlips = 2;
@@ -36,14 +38,16 @@ class Slips {
   using Row = std::array<std::uint8_t, kLongest + 1>;
 
   void compute_row(std::size_t i, std::string_view name);
+  [[nodiscard]] unsigned letter_behind(std::size_t place) const;
 
   std::string_view word_;
   unsigned most_;
-  std::string_view before_;  // the name of the last question
-  std::size_t known_ = 0;    // so many of its first bytes have their rows
-  std::size_t telling_ = 0;
-  std::array<Row, kRows> rows_;            // row i: from each beginning of the word to the first i bytes of the name
+  std::string_view before_;      // the name of the last question
+  std::size_t known_ = 0;        // so many of its first bytes have their rows
+  std::size_t telling_ = 0;      // so many show that no name that begins with them is near; 0: that is not known
+  std::array<Row, kRows> rows_;  // row i: from each beginning of the word to the first i bytes of the name
   std::array<std::uint8_t, kRows> least_;  // of each row
+  std::array<char, kRows> onward_;
 };
 
 }  // namespace cli_engine
