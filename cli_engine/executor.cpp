@@ -39,7 +39,7 @@ bool leave_modes_to(cli *engine, const cli_node *mode) {
 void echo_line(cli *engine) {
   DynString &echo = *state_of(engine->parser).text;
   echo.len = 0;
-  cli_print_command(tokenizer_first(&engine->tokenizer), &echo, has_colours(*engine) ? 1 : 0, nullptr);
+  cli_print_command(first_token(&engine->tokenizer), &echo, has_colours(*engine) ? 1 : 0, nullptr);
   libglobal::append(echo, '\n');
   write_out(engine, libglobal::view(echo));
   if (echo.capacity > kKeptText) [[unlikely]] {
@@ -236,7 +236,7 @@ void perform(cli *engine, EngineState &state, const char *line, cli_node *select
 }
 
 void end_command(cli *engine, EngineState &state, int result) {
-  if (writes_data(engine->pager)) [[unlikely]] {
+  if (state.output.data.command != nullptr) [[unlikely]] {
     end_data(engine, state.output.data);
   } else if (engine->pager.lines.first != nullptr) {
     pager_show(&engine->pager);

@@ -22,6 +22,15 @@ std::size_t typed_words_behind(const cli &engine, const token *blamed) {
   return std::min(behind, state_of(const_cast<parser &>(engine.parser)).behind_alias);
 }
 
+// The answer to a call that runs no line.
+[[gnu::noinline]] int refuse(std::int32_t kind, cli_outcome *outcome) {
+  if (outcome != nullptr) {
+    *outcome = {};
+    outcome->kind = kind;
+  }
+  return -1;
+}
+
 }  // namespace
 
 void blame(const cli &engine, std::string_view line, cli_outcome &outcome) {
@@ -53,22 +62,15 @@ using cli_engine::EngineState;
 using cli_engine::state_if_up;
 
 int cli_run(cli *engine, const char *line, unsigned options, cli_outcome *outcome) {
-  cli_outcome unanswered = {};
-  unanswered.kind = CLI_FAILED;
-  const cli_outcome *result = &unanswered;
   EngineState *const state = state_if_up(engine);
-  if (state != nullptr && line != nullptr) {
-    if (state->busy) {
-      unanswered.kind = CLI_BUSY;
-    } else {
-      cli_engine::run_line(engine, *state, line, options);
-      result = &state->outcome;
-    }
+  if (state == nullptr || line == nullptr || state->busy) [[unlikely]] {
+    return cli_engine::refuse(state != nullptr && line != nullptr ? CLI_BUSY : CLI_FAILED, outcome);
   }
+  cli_engine::run_line(engine, *state, line, options);
   if (outcome != nullptr) {
-    *outcome = *result;
+    *outcome = state->outcome;
   }
-  return result->kind == CLI_FAILED || result->kind == CLI_BUSY ? -1 : 0;
+  return state->outcome.kind == CLI_FAILED ? -1 : 0;
 }
 
 const cli_outcome *cli_last_outcome(const cli *engine) {

@@ -152,7 +152,9 @@ class Run {
   cli_node *match_line() {
     marks_.clear();
     mark_mode(marks_, p_.root);
-    bind_open_lines(marks_, p_.root);
+    if (p_.root->parent != nullptr) {
+      bind_open_lines(marks_, p_.root);
+    }
     token *first = first_token(&t_);
     if (first == nullptr) {
       record_error(p_, E_INCOMPLETE, nullptr, p_.root);
