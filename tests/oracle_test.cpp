@@ -281,6 +281,54 @@ void add_modes(cli_node *node, std::vector<cli_node *> &modes) {
     add_modes(word, modes);
 }
 
+// ---- Completion and help ----
+
+// What completion offers beside the entries of values, as the words that would be typed.
+std::vector<std::string> offered(cli *engine, const std::string &line) {
+  const fuzz::Json found(json_array());
+  EXPECT_EQ(cli_complete(engine, line.c_str(), line.size(), found.get()) < 0, false);
+  std::vector<std::string> words;
+  for (size_t i = 0; i < json_array_size(found.get()); i++) {
+    const json_t *offer = json_array_get(found.get(), i);
+    if (std::string_view(json_string_value(json_object_get(offer, "kind"))) == "value") continue;
+    tokenizer_run(&engine->tokenizer, json_string_value(json_object_get(offer, "text")), -1);
+    words.push_back(engine->tokenizer.tokens.first->text);
+  }
+  return words;
+}
+
+// What help lists, as names, without the values that may come.
+std::vector<std::string> listed(cli *engine, const std::string &line) {
+  std::string text;
+  engine->write_data = &text;
+  cli_help(engine, line.c_str());
+  std::vector<std::string> words;
+  for (size_t at = text.find('\n') + 1, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+    std::string row = text.substr(at, end - at);
+    if (row.rfind('\t') == std::string::npos) continue;
+    row.resize(row.find_last_not_of(' ', row.rfind('\t') - 1) + 1);
+    words.push_back(row);
+  }
+  PtrVector *nodes = ptr_vector_new();
+  parser_get_available_nodes(&engine->parser, nodes);  // arguments come first
+  const token *typed = engine->tokenizer.cursor_token;
+  for (size_t i = 0, at = 0; i < ptr_vector_size(nodes) && at < words.size(); i++) {
+    const auto *node = static_cast<const cli_node *>(ptr_vector_get(nodes, i));
+    const bool is_value = node->type == TYPE_VALUE;
+    const std::string alias = node->type == TYPE_ALIAS ? std::string("*") + node->name + "=" : "";
+    if (typed && !(is_value ? validator_match_partial(&node->value.validator, typed->text, typed->len)
+                            : strncasecmp(node->name, typed->text, typed->len) == 0))
+      continue;
+    if (is_value) {
+      words.erase(words.begin() + static_cast<std::ptrdiff_t>(at));
+    } else if (alias.empty() ? words[at] == node->name : words[at].starts_with(alias)) {
+      words[at++] = node->name;
+    }
+  }
+  ptr_vector_free(nodes);
+  return words;
+}
+
 unsigned from_environment(const char *name, unsigned otherwise) {
   const char *text = getenv(name);
   return text != nullptr ? static_cast<unsigned>(strtoul(text, nullptr, 10)) : otherwise;
@@ -298,14 +346,23 @@ TEST(Oracle, AgreesWithTheLibraryOnRandomLines) {
     const fuzz::Json definitions = writer.definitions(), privileges = writer.privileges();
     engine_support::Engine engine(definitions.get(), privileges.get());
     if (!judged(&engine->root)) continue;
+    engine->flags = CLI_NO_COLOUR;
+    engine->write = [](void *text, const char *piece, size_t len) {
+      static_cast<std::string *>(text)->append(piece, len);
+      return 0;
+    };
     languages++;
     std::vector<cli_node *> modes;
     add_modes(&engine->root, modes);
     while (!source.ended() && !HasFailure()) {
       engine->current = modes[source.index(modes.size())];
-      parser_set_root(&engine->parser, engine->current);
       parser_set_privilege(&engine->parser, source.below(4));
       const std::string line = fuzz::line_for(source, *engine.get());
+      EXPECT_EQ(offered(engine.get(), line), listed(engine.get(), line))
+          << "seed " << seed << "\n"
+          << engine_support::text_of(definitions.get()) << "\n"
+          << line;
+      parser_set_root(&engine->parser, engine->current);
       tokenizer_run(&engine->tokenizer, line.c_str(), -1);
       std::vector<std::string> words;
       for (const token *tok = engine->tokenizer.tokens.first; tok != nullptr; tok = tok->next)
