@@ -33,6 +33,9 @@ void close_state(cli *engine) {
 }  // namespace cli_engine
 
 cli *cli_init(cli *engine, validator_typesystem *types, json_t *definitions, void *context, json_t *privileges) {
+  if (engine == nullptr) {
+    return nullptr;
+  }
   cli_engine::open_state(engine);
   tokenizer_open(&engine->tokenizer);
   if (cli_load_commands(engine, types, definitions, privileges) != 0) {
@@ -60,7 +63,8 @@ cli *cli_engine::bring_up(cli *engine, void *context) {
 }
 
 void cli_free(cli *engine) {
-  if (engine == nullptr) {
+  const cli_engine::EngineState *const state = cli_engine::state_if_up(engine);
+  if (state == nullptr || (state->busy && state->deferral != cli_engine::Deferral::kPending)) {
     return;
   }
   cli_reset_subconfig(engine);
@@ -73,6 +77,9 @@ void cli_free(cli *engine) {
 }
 
 int cli_load_commands(cli *engine, validator_typesystem *types, json_t *definitions, json_t *privileges) {
+  if (engine == nullptr) {
+    return -1;
+  }
   if (cli_engine::state_of(engine) != nullptr && cli_engine::state_of(engine)->session != nullptr) {
     cli_unload_commands(engine);  // others may use the language: nothing is added to it
   }
@@ -87,6 +94,9 @@ int cli_load_commands(cli *engine, validator_typesystem *types, json_t *definiti
 }
 
 void cli_unload_commands(cli *engine) {
+  if (engine == nullptr) {
+    return;
+  }
   cli_reset_subconfig(engine);  // a host that forgot it must not be left in a mode that is gone
   for (token *tok = engine->tokenizer.tokens.first; tok != nullptr; tok = tok->next) {
     tok->node = nullptr;

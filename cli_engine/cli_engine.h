@@ -4,6 +4,9 @@
  *  - Results are 0 for success and -1 for failure, or a pointer that is null for "not found".
  *  - `_open`/`_close` work on a record in the caller's memory, `_new`/`_free` on the heap; `_free` of null is harmless.
  *  - One engine belongs to one thread. Several engines may exist.
+ *  - What cannot be answered changes nothing and gives -1, 0, null or nothing: a call for a null engine, node or
+ *    string, for an engine that is not up, and one from inside a handler that would run, complete or explain a line
+ *    of its own engine, give it another language or free it.
  *  - Texts are NUL-terminated bytes, lengths and widths are in bytes.
  *  - What is printed goes to standard output, or through `write` of the engine once a host preset that.
  *  - A fault of the host's documents ends the process with a message (exit status 1 or the assertion report of
@@ -110,7 +113,7 @@ static inline cli *cli_init_checked(cli *engine, validator_typesystem *types, js
 #define cli_init cli_init_checked
 #endif
 
-/* Takes the engine down; the record stays the host's. Null is harmless. */
+/* Takes the engine down; the record stays the host's. Harmless for null and an engine that is not up. */
 CLI_API void cli_free(cli *engine);
 
 /* Loads definitions into an engine whose tree is empty; 0, or -1 with a message as for cli_init. Together with
@@ -126,7 +129,8 @@ CLI_API void cli_unload_commands(cli *engine);
  * not up or busy, and a call from inside a handler do nothing; cli_run tells more, and cli_last_outcome afterwards. */
 CLI_API void cli_execute(cli *engine, const char *line);
 
-/* Prints what may follow the line, or complete its last word, with help texts. */
+/* Prints what may follow the line, or complete its last word, with help texts; nothing while a line is pending. A null
+ * line is an empty one. */
 CLI_API void cli_help(cli *engine, const char *line);
 
 /* Appends to the array `result`, as strings that end in a blank, what can complete the line's last word. Where a value

@@ -118,8 +118,7 @@ long complete(cli *engine, std::string_view typed, json_t *result) {
 }  // namespace cli_engine
 
 long cli_complete(cli *engine, const char *line, size_t cursor, json_t *result) {
-  const cli_engine::EngineState *const state = cli_engine::state_if_up(engine);
-  if (state == nullptr || state->busy || line == nullptr || !json_is_array(result) || cursor > INT_MAX ||
+  if (!cli_engine::is_ready(engine) || line == nullptr || !json_is_array(result) || cursor > INT_MAX ||
       strnlen(line, cursor) < cursor) {
     return -1;
   }

@@ -43,5 +43,5 @@ bool condition_holds(cli *engine, const Value &holder, const Reporter *reporter)
 }  // namespace cli_engine
 
 int cli_check_parameter_condition(cli *engine, json_t *holder) {
-  return cli_engine::condition_holds(engine, cli_engine::Value(holder), nullptr) ? 1 : 0;
+  return engine != nullptr && cli_engine::condition_holds(engine, cli_engine::Value(holder), nullptr) ? 1 : 0;
 }

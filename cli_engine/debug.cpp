@@ -170,7 +170,7 @@ void dump_node(cli *engine, const cli_node &node, DynString &buffer, DynString &
 }  // namespace
 
 void cli_debug_dump(cli *engine) {
-  if (engine == nullptr) {
+  if (cli_engine::state_if_up(engine) == nullptr) {
     return;
   }
   cli_engine::begin_output(engine);
@@ -181,6 +181,9 @@ void cli_debug_dump(cli *engine) {
 }
 
 int cli_print_syntax(const cli_node *node, DynString *out, int colour) {
+  if (node == nullptr || out == nullptr) {
+    return 0;
+  }
   Syntax syntax(*out, colour != 0, '\0');
   if (!cli_engine::is_choice_kind(*node)) {
     syntax.arg(*node);

@@ -36,6 +36,12 @@ inline EngineState *state_if_up(const cli *engine) {
   return engine == nullptr || engine->initialized == 0 ? nullptr : state_of(engine);
 }
 
+// Whether an engine is up and no line of it runs or is pending.
+inline bool is_ready(const cli *engine) {
+  const EngineState *const state = state_if_up(engine);
+  return state != nullptr && !state->busy;
+}
+
 // What is printed from here on belongs to a call of the host's, unless it is made while a line is on its way.
 inline void begin_output(const cli *engine) {
   EngineState *const state = state_of(engine);

@@ -377,8 +377,7 @@ class Explanation {
 }  // namespace cli_engine
 
 int cli_explain(cli *engine, DynString *out) {
-  const cli_engine::EngineState *const state = cli_engine::state_if_up(engine);
-  if (state == nullptr || state->busy || out == nullptr) {
+  if (!cli_engine::is_ready(engine) || out == nullptr) {
     return -1;
   }
   cli_engine::own_language(engine);

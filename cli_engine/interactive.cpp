@@ -2,6 +2,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "cli_engine/engine_state.hpp"
 #include "cli_engine/json_ref.hpp"
 #include "cli_engine/line.hpp"
 #include "cli_engine/node.hpp"
@@ -158,9 +159,13 @@ void autocomplete(cli *engine, const char *line, json_t *result) {
 }  // namespace cli_engine
 
 void cli_help(cli *engine, const char *line) {
-  cli_engine::help(engine, line);
+  if (cli_engine::is_ready(engine)) {
+    cli_engine::help(engine, line);
+  }
 }
 
 void cli_autocomplete(cli *engine, const char *line, int /*cursor*/, json_t *result) {
-  cli_engine::autocomplete(engine, line, result);
+  if (cli_engine::is_ready(engine)) {
+    cli_engine::autocomplete(engine, line, result);
+  }
 }

@@ -273,6 +273,9 @@ void leave_language(cli *engine) {
 
 cli_language *cli_language_load(validator_typesystem *types, const cli_language_source *source, cli_report report,
                                 void *data) {
+  if (types == nullptr || source == nullptr || source->definitions == nullptr) {
+    return nullptr;
+  }
   using cli_engine::Source;
   cli_engine::Faults faults(report, data);
   cli_language *language = cli_engine::new_language(*source);
@@ -295,6 +298,9 @@ cli_language *cli_language_load(validator_typesystem *types, const cli_language_
 
 cli_language *cli_language_from_json(validator_typesystem *types, json_t *definitions, json_t *privileges,
                                      const cli_language_source *source, cli_report report, void *data) {
+  if (types == nullptr || source == nullptr) {
+    return nullptr;
+  }
   cli_engine::Faults faults(report, data);
   if (!json_is_object(definitions)) {
     const cli_engine::Reporter reporter(&faults, cli_engine::Source::kDefinitions, nullptr);
@@ -318,7 +324,7 @@ void cli_language_free(cli_language *language) {
 }
 
 cli *cli_init_language(cli *engine, cli_language *language, void *context) {
-  if (language == nullptr) {
+  if (engine == nullptr || language == nullptr) {
     return nullptr;
   }
   cli_engine::open_state(engine);
@@ -330,7 +336,7 @@ cli *cli_init_language(cli *engine, cli_language *language, void *context) {
 }
 
 int cli_exchange_language(cli *engine, cli_language *language) {
-  return language == nullptr ? -1 : cli_engine::exchange(engine, *language);
+  return language == nullptr || !cli_engine::is_ready(engine) ? -1 : cli_engine::exchange(engine, *language);
 }
 
 json_t *cli_node_definition(cli_node *node) {

@@ -124,6 +124,9 @@ void OpenModes::restore() {
 }  // namespace cli_engine
 
 void cli_push_subconfig(cli *engine, cli_node *node) {
+  if (cli_engine::state_if_up(engine) == nullptr) {
+    return;
+  }
   cli_engine::own_language(engine);
   if (!can_be_entered(engine, node)) {
     return;
@@ -137,6 +140,9 @@ void cli_push_subconfig(cli *engine, cli_node *node) {
 }
 
 void cli_pop_subconfig(cli *engine) {
+  if (cli_engine::state_if_up(engine) == nullptr) {
+    return;
+  }
   cli_engine::own_language(engine);
   if (engine->mode_stack.first == nullptr) {
     return;
@@ -146,6 +152,9 @@ void cli_pop_subconfig(cli *engine) {
 }
 
 void cli_reset_subconfig(cli *engine) {
+  if (cli_engine::state_if_up(engine) == nullptr) {
+    return;
+  }
   while (engine->mode_stack.first != nullptr) {
     cli_pop_subconfig(engine);
   }

@@ -117,12 +117,12 @@ int print_node(const cli_node &node, const token *tok, DynString &out, bool colo
 }  // namespace cli_engine
 
 int cli_print_node(cli_node *node, token *tok, DynString *out, int colour) {
-  return cli_engine::print_node(*node, tok, *out, colour != 0);
+  return node == nullptr || out == nullptr ? 0 : cli_engine::print_node(*node, tok, *out, colour != 0);
 }
 
 int cli_print_command(token *first, DynString *out, int colour, token **rest) {
   int width = 0;
-  token *tok = first;
+  token *tok = out == nullptr ? nullptr : first;
   for (; tok != nullptr && tok->node != nullptr && tok->node->used != 0; tok = cli_engine::next_token(tok)) {
     width += cli_engine::print_node(*tok->node, tok, *out, colour != 0) + 1;
     libglobal::append(*out, ' ');

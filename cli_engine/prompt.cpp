@@ -132,6 +132,9 @@ const char *select_prompt(cli *engine, const Value &prompt, const char *name, co
 }  // namespace cli_engine
 
 void cli_set_prompt(cli *engine, const char *host, const char *name, const char *mode, char end) {
+  if (engine == nullptr) {
+    return;
+  }
   if (host != nullptr) {
     set_part(engine->prompt_host, host);
   }
@@ -158,5 +161,5 @@ void cli_set_prompt(cli *engine, const char *host, const char *name, const char 
 }
 
 const char *cli_select_prompt(cli *engine, json_t *prompt, const char *name) {
-  return cli_engine::select_prompt(engine, Value(prompt), name, nullptr);
+  return engine == nullptr ? "" : cli_engine::select_prompt(engine, Value(prompt), name, nullptr);
 }

@@ -95,9 +95,6 @@ TEST(Completion, OffersWhatCanStandForTheWordAtTheCursor) {
 TEST(Completion, RefusesWhatItCannotAnswer) {
   Engine engine(kLanguage);
   const Json result(json_array()), object(json_object());
-  cli fresh{};
-  EXPECT_EQ(cli_complete(nullptr, "", 0, result.get()), -1);
-  EXPECT_EQ(cli_complete(&fresh, "", 0, result.get()), -1);
   EXPECT_EQ(cli_complete(engine.get(), nullptr, 0, result.get()), -1);
   EXPECT_EQ(cli_complete(engine.get(), "s", 2, result.get()), -1);
   EXPECT_EQ(cli_complete(engine.get(), "s", SIZE_MAX, result.get()), -1);

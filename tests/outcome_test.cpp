@@ -49,6 +49,18 @@ int outcome_again(cli *engine, cli_node *node) {
   EXPECT_EQ(cli_parse(engine, "say", nullptr), nullptr);
   cli_execute(engine, "say");
   cli_push_subconfig(engine, engine->current);  // open already, or the root
+  const Json found(json_array());
+  cli_help(engine, "");
+  cli_autocomplete(engine, "", 0, found.get());
+  EXPECT_EQ(json_array_size(found.get()), 0U);
+  validator_typesystem *const types = validator_typesystem_new();
+  const cli_language_source source{};
+  cli_language *const empty = cli_language_from_json(types, json("{}").get(), nullptr, &source, nullptr, nullptr);
+  EXPECT_NE(empty, nullptr);
+  EXPECT_EQ(cli_exchange_language(engine, empty), -1);
+  cli_language_free(empty);
+  validator_typesystem_free(types);
+  cli_free(engine);
   return outcome_say(engine, node);
 }
 
@@ -185,6 +197,8 @@ TEST(Outcome, EveryKindAndWhatIsBlamed) {
 TEST(Outcome, CallsThatCannotBeAnsweredChangeNothing) {
   cli down{};
   cli_outcome outcome{};
+  const Json found(json_array());
+  DynString *const text = dyn_string_new();
   for (cli *engine : {static_cast<cli *>(nullptr), &down}) {
     EXPECT_EQ(cli_run(engine, "say", 0, &outcome), -1);
     EXPECT_EQ(outcome.kind, CLI_FAILED);
@@ -195,7 +209,32 @@ TEST(Outcome, CallsThatCannotBeAnsweredChangeNothing) {
     cli_defer(engine);
     cli_finish(engine, 1);
     cli_interrupt(engine);
+    cli_help(engine, "");
+    cli_autocomplete(engine, "", 0, found.get());
+    EXPECT_EQ(cli_complete(engine, "", 0, found.get()), -1);
+    EXPECT_EQ(cli_explain(engine, text), -1);
+    EXPECT_EQ(cli_exchange_language(engine, nullptr), -1);
+    EXPECT_EQ(cli_init_language(engine, nullptr, nullptr), nullptr);
+    EXPECT_EQ(cli_load_commands(engine, nullptr, nullptr, nullptr), -1);
+    cli_push_subconfig(engine, &down.root);
+    cli_pop_subconfig(engine);
+    cli_reset_subconfig(engine);
+    cli_debug_dump(engine);
+    EXPECT_EQ(cli_check_parameter_condition(engine, json("{'if': 'x'}").get()), 0);
+    EXPECT_EQ(cli_get_subconfig_first_token(engine, nullptr), nullptr);
+    EXPECT_EQ(pager_flush(engine == nullptr ? nullptr : &engine->pager), engine == nullptr ? -1 : 0);
+    cli_unload_commands(engine);
+    cli_free(engine);
   }
+  EXPECT_EQ(json_array_size(found.get()) + dyn_string_len(text), 0U);
+  EXPECT_EQ(cli_init(nullptr, nullptr, nullptr, nullptr, nullptr), nullptr);
+  cli_set_prompt(nullptr, "a", "b", "c", 'd');
+  EXPECT_STREQ(cli_select_prompt(nullptr, found.get(), "x"), "");
+  EXPECT_EQ(cli_print_node(nullptr, nullptr, text, 0) + cli_print_node(&down.root, nullptr, nullptr, 0), 0);
+  EXPECT_EQ(cli_print_syntax(nullptr, text, 0) + cli_print_command(nullptr, nullptr, 0, nullptr), 0);
+  EXPECT_EQ(cli_language_load(nullptr, nullptr, nullptr, nullptr), nullptr);
+  EXPECT_EQ(cli_language_from_json(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), nullptr);
+  dyn_string_free(text);
   Session session;
   EXPECT_EQ(cli_run(session.get(), nullptr, 0, nullptr), -1);
   cli_execute(session.get(), nullptr);
