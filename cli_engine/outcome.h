@@ -17,6 +17,7 @@ extern "C" {
 #endif
 
 typedef struct cli_outcome cli_outcome;
+typedef struct cli_replay_lines cli_replay_lines;
 typedef struct parser_error parser_error;
 
 /* What became of a line (`kind` of its outcome). */
@@ -105,7 +106,8 @@ typedef void (*cli_line_report)(void *data, size_t number, const char *line, con
  *    under.
  * A text without indentation is thus run as it stands.
  *
- * "exit" beyond the mode in which the text began does nothing (CLI_SKIPPED). A line with a zero byte fails there
+ * "exit" beyond the mode in which the text began does nothing (CLI_SKIPPED), whether there is such a command or not. A
+ * line with a zero byte fails there
  * (E_EXTRA_INPUT). With CLI_STAY "end" goes back to that mode, and so does the line that enters it; what stands outside
  * it is CLI_REFUSED and not run.
  *
@@ -117,6 +119,20 @@ typedef void (*cli_line_report)(void *data, size_t number, const char *line, con
  */
 CLI_API long cli_replay(cli *engine, const char *text, size_t len, unsigned options, cli_line_report report,
                         void *data);
+
+/* The same for lines that are not at hand as one text: from a terminal or a peer, one by one. Begins a text in the
+ * present mode; null when the engine is not up or busy. The caller ends it. The language may not be exchanged
+ * meanwhile; other lines may be run between, and modes that they enter or leave are taken as the text's own. */
+CLI_API cli_replay_lines *cli_replay_begin(cli *engine, unsigned options);
+
+/* Runs the next line, which has no line end, by the rules of cli_replay. An interrupt ends this line only: whether more
+ * follow is the caller's to decide. 0; -1 when the line failed, was refused, was left out, or found the engine busy.
+ * outcome may be null; it is always written, a call that cannot be answered is CLI_FAILED with E_OK. */
+CLI_API int cli_replay_line(cli_replay_lines *lines, const char *line, cli_outcome *outcome);
+
+/* Ends the text, before the engine is taken down; after a dry run the engine is again in the mode in which it began.
+ * Returns how many lines failed, were refused or were left out; -1 for null. */
+CLI_API long cli_replay_end(cli_replay_lines *lines);
 
 #ifdef __cplusplus
 }

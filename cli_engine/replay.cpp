@@ -1,6 +1,9 @@
 // Running the lines of a configuration text, with the modes kept in step with the indentation.
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <optional>
 
 #include "cli_engine/line.hpp"
 #include "cli_engine/mode_stack.hpp"
@@ -9,6 +12,7 @@
 namespace cli_engine {
 namespace {
 
+constexpr const char *kSource = "cli_engine/replay";
 constexpr std::size_t kNone = SIZE_MAX;
 constexpr std::size_t kTabStop = 8;
 constexpr std::string_view kBlanks = " \t\v\f\r";
@@ -40,28 +44,58 @@ std::size_t depth_of(const cli &engine) {
 
 class Replay {
  public:
-  Replay(cli *engine, EngineState &state, unsigned options, cli_line_report report, void *data)
+  Replay(cli *engine, unsigned options)
       : engine_(engine),
-        state_(state),
+        state_(*state_of(engine)),
         options_(options | CLI_CONFIG),
-        report_(report),
-        data_(data),
         base_(engine->current),
         base_depth_(depth_of(*engine)) {
     modes_.resize(base_depth_);
   }
 
-  // Returns how many lines failed, were refused or were left out.
-  long run(std::string_view text) {
-    while (!text.empty()) {
+  void run(std::string_view text, cli_line_report report, void *data) {
+    const Busy busy(engine_, state_);
+    for (std::size_t number = 1; !text.empty(); number++) {
       const std::size_t end = text.find('\n');
       take(text.substr(0, end));
+      if (report != nullptr) {
+        report(data, number, line_->data, &outcome_);
+      }
       text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
-    return not_run_;
   }
 
+  // The outcome is borrowed until the next line.
+  const cli_outcome &run_line(std::string_view line) {
+    const Busy busy(engine_, state_);
+    adopt_modes({});
+    take(line);
+    return outcome_;
+  }
+
+  // How many lines failed, were refused or were left out.
+  [[nodiscard]] long not_run() const { return not_run_; }
+
  private:
+  // No other line runs meanwhile.
+  class Busy {
+   public:
+    Busy(cli *engine, EngineState &state) : state_(state) {
+      begin_output(engine);
+      state.busy = true;
+      state.replaying = true;
+    }
+    ~Busy() {
+      state_.replaying = false;
+      state_.busy = state_.deferral == Deferral::kPending;
+    }
+    Busy(const Busy &) = delete;
+    Busy &operator=(const Busy &) = delete;
+
+   private:
+    EngineState &state_;
+  };
+
   // The indentation of a mode's lines: of the one that entered it and of the first one inside.
   struct Margins {
     std::size_t entry = 0;
@@ -80,15 +114,11 @@ class Replay {
     if (!line.empty() && line.back() == '\r') {
       line.remove_suffix(1);
     }
-    number_++;
     libglobal::clear(*line_);
     libglobal::append(*line_, line);
     outcome_ = {};
     if (!is_comment(line)) {
       take_command(line);
-    }
-    if (report_ != nullptr) {
-      report_(data_, number_, line_->data, &outcome_);
     }
   }
 
@@ -132,12 +162,14 @@ class Replay {
     if (failure_.margin == kNone) {
       return false;
     }
-    if (margin > failure_.margin) {
-      failure_.has_block = true;
-      failure_.block_closed = closes_block(line);
-      return true;
+    const bool closes = closes_block(line);
+    const bool is_last = margin == failure_.margin && failure_.has_block && !failure_.block_closed && closes;
+    if (margin <= failure_.margin && !is_last) {
+      return false;
     }
-    return margin == failure_.margin && failure_.has_block && !failure_.block_closed && closes_block(line);
+    failure_.has_block = true;
+    failure_.block_closed = closes;
+    return true;
   }
 
   // Goes back to the mode that a line of this indentation belongs to: a mode that lost its "exit" ends with its lines.
@@ -172,7 +204,7 @@ class Replay {
       return;
     }
     cli_node *const selected = parse_line(engine_, line_->data, -1);
-    if (is_way_out(selected) && (modes_.size() <= base_depth_ || selected->parent == &engine_->root)) {
+    if (leaves_base(line, selected)) {
       return;
     }
     if ((options_ & CLI_STAY) != 0 && selected != nullptr && !stays(selected)) {
@@ -182,6 +214,13 @@ class Replay {
     state_.output.refused = false;
     perform(engine_, state_, line_->data, selected, options_);
     outcome_ = state_.outcome;
+  }
+
+  // Whether the line is an "exit" beyond the mode in which the text began, where there may be no such command.
+  bool leaves_base(std::string_view line, const cli_node *selected) const {
+    const bool at_base = modes_.size() <= base_depth_;
+    return selected == nullptr ? at_base && closes_block(line)
+                               : is_way_out(selected) && (at_base || selected->parent == &engine_->root);
   }
 
   // Answers what would leave the mode in which the text began; true for everything else.
@@ -206,55 +245,103 @@ class Replay {
   }
 
   void follow_modes(std::size_t margin) {
-    const std::size_t depth = depth_of(*engine_);
     const bool entered = outcome_.kind == CLI_ENTERED && engine_->current == outcome_.node;
     if (entered && engine_->current != base_) {
-      modes_.resize(depth - 1);
+      modes_.resize(depth_of(*engine_) - 1);
     }
+    adopt_modes({margin, kNone});
+  }
+
+  // Takes over the modes that are open.
+  void adopt_modes(Margins margins) {
+    const std::size_t depth = depth_of(*engine_);
     base_depth_ = std::min(base_depth_, std::min(depth, modes_.size()));
-    modes_.resize(depth, {margin, kNone});
+    modes_.resize(depth, margins);
   }
 
   cli *engine_;
   EngineState &state_;
   unsigned options_;
-  cli_line_report report_;
-  void *data_;
   cli_node *base_;           // the mode in which the text began
   std::size_t base_depth_;   // modes that the text did not enter
   Vector<Margins> modes_{};  // of every open mode, outermost first
   Failure failure_{};
   libglobal::DynStringOwner line_{dyn_string_new()};  // without its end
   cli_outcome outcome_{};                             // of the present line
-  std::size_t number_ = 0;
   long not_run_ = 0;
 };
 
-long replay(cli *engine, EngineState &state, std::string_view text, unsigned options, cli_line_report report,
-            void *data) {
-  begin_output(engine);
-  state.busy = true;
-  state.replaying = true;
-  const long not_run = Replay(engine, state, options, report, data).run(text);
-  state.replaying = false;
-  state.busy = state.deferral == Deferral::kPending;
-  return not_run;
+// An engine that can run lines now.
+bool is_free(const cli *engine) {
+  const EngineState *const state = state_if_up(engine);
+  return state != nullptr && !state->busy;
 }
 
 }  // namespace
 }  // namespace cli_engine
 
+// What a text needs from its first line to its last.
+struct cli_replay_lines {
+  cli_replay_lines(cli *owner, unsigned options) : engine(owner), replay(owner, options) {
+    if ((options & CLI_DRY_RUN) != 0) {
+      before.emplace(owner);
+    }
+  }
+
+  cli *engine;
+  cli_engine::Replay replay;
+  std::optional<cli_engine::OpenModes> before{};  // a dry run
+};
+
 long cli_replay(cli *engine, const char *text, size_t len, unsigned options, cli_line_report report, void *data) {
-  cli_engine::EngineState *const state = cli_engine::state_if_up(engine);
-  if (state == nullptr || (text == nullptr && len != 0) || state->busy) {
+  if (!cli_engine::is_free(engine) || (text == nullptr && len != 0)) {
     return -1;
   }
-  const std::string_view lines(text == nullptr ? "" : text, len);
-  if ((options & CLI_DRY_RUN) == 0) {
-    return cli_engine::replay(engine, *state, lines, options, report, data);
+  cli_replay_lines lines(engine, options);
+  lines.replay.run({text == nullptr ? "" : text, len}, report, data);
+  if (lines.before.has_value()) {
+    lines.before->restore();
   }
-  cli_engine::OpenModes before(engine);
-  const long not_run = cli_engine::replay(engine, *state, lines, options, report, data);
-  before.restore();
+  return lines.replay.not_run();
+}
+
+cli_replay_lines *cli_replay_begin(cli *engine, unsigned options) {
+  if (!cli_engine::is_free(engine)) {
+    return nullptr;
+  }
+  void *const block = libglobal::xmalloc(sizeof(cli_replay_lines), LIBGLOBAL_CALLER(cli_engine::kSource));
+  return new (block) cli_replay_lines(engine, options);
+}
+
+int cli_replay_line(cli_replay_lines *lines, const char *line, cli_outcome *outcome) {
+  cli_outcome unanswered = {};
+  unanswered.kind = CLI_FAILED;
+  const cli_outcome *result = &unanswered;
+  long not_run_before = -1;
+  if (lines != nullptr && line != nullptr) {
+    const cli_engine::EngineState *const state = cli_engine::state_if_up(lines->engine);
+    if (state != nullptr && state->busy && state->deferral != cli_engine::Deferral::kPending) {
+      unanswered.kind = CLI_BUSY;
+    } else if (state != nullptr) {
+      not_run_before = lines->replay.not_run();
+      result = &lines->replay.run_line(line);
+    }
+  }
+  if (outcome != nullptr) {
+    *outcome = *result;
+  }
+  return not_run_before >= 0 && lines->replay.not_run() == not_run_before ? 0 : -1;
+}
+
+long cli_replay_end(cli_replay_lines *lines) {
+  if (lines == nullptr) {
+    return -1;
+  }
+  if (lines->before.has_value() && cli_engine::is_free(lines->engine)) {
+    lines->before->restore();
+  }
+  const long not_run = lines->replay.not_run();
+  lines->~cli_replay_lines();
+  std::free(lines);
   return not_run;
 }

@@ -96,7 +96,7 @@ const char *const kLanguage = R"({
 // An engine that writes into a text, without colours and echo.
 class Session {
  public:
-  Session() {
+  explicit Session(const std::string &language = kLanguage) {
     engine_.exit_handler = engine_support::leave_mode;
     engine_.end_handler = engine_support::leave_all_modes;
     engine_.flags = CLI_NO_COLOUR | CLI_NO_ECHO;
@@ -106,7 +106,7 @@ class Session {
       return session.closed ? -1 : 0;
     };
     engine_.write_data = this;
-    EXPECT_EQ(cli_init(&engine_, types_, json(kLanguage).get(), nullptr, nullptr), &engine_);
+    EXPECT_EQ(cli_init(&engine_, types_, json(language.c_str()).get(), nullptr, nullptr), &engine_);
   }
   Session(const Session &) = delete;
   Session &operator=(const Session &) = delete;
@@ -203,6 +203,9 @@ TEST(Outcome, CallsThatCannotBeAnsweredChangeNothing) {
     EXPECT_EQ(cli_run(engine, "say", 0, &outcome), -1);
     EXPECT_EQ(outcome.kind, CLI_FAILED);
     EXPECT_EQ(cli_replay(engine, "say", 3, 0, nullptr, nullptr), -1);
+    EXPECT_EQ(cli_replay_begin(engine, 0), nullptr);
+    EXPECT_EQ(cli_replay_line(nullptr, "say", &outcome), -1);
+    EXPECT_EQ(cli_replay_end(nullptr), -1);
     EXPECT_EQ(cli_parse(engine, "say", nullptr), nullptr);
     EXPECT_EQ(cli_last_outcome(engine), nullptr);
     cli_execute(engine, "say");
@@ -336,6 +339,29 @@ TEST(Replay, TextsAndWhatBecomesOfTheirLines) {
     cli_finish(session.get(), 0);
     cli_reset_subconfig(session.get());
     session.printed();
+  }
+}
+
+TEST(Replay, LineByLine) {
+  std::string without_exit = kLanguage;
+  without_exit.replace(without_exit.find("'exit'"), 6, "'quit'");
+  for (const unsigned options : {0U, static_cast<unsigned>(CLI_DRY_RUN)}) {
+    Session session(without_exit);
+    EXPECT_EQ(session.replay("exit\nconf\nif 99\n up\nexit\nexit\nexit\nsay", options), "025!0!0101");
+    cli_replay_lines *const lines = cli_replay_begin(session.get(), options);
+    std::string kinds;
+    long not_run = 0;
+    for (const char *line :
+         {"exit", "", "conf", " if 99", "  up", " exit", " name", " if 1", "  up", "say", "  exit"}) {
+      not_run += cli_replay_line(lines, line, &session.outcome) == 0 ? 0 : 1;
+      kinds += std::to_string(session.outcome.kind);
+    }
+    EXPECT_EQ(kinds, "00250012110");
+    EXPECT_STREQ(session->prompt_text, "cli> ");
+    EXPECT_EQ(cli_replay_line(lines, "conf", nullptr), 0);
+    EXPECT_EQ(cli_replay_end(lines), not_run);
+    EXPECT_EQ(not_run, 3);
+    EXPECT_STREQ(session->prompt_text, options == 0 ? "cli(conf)> " : "cli> ");
   }
 }
 
