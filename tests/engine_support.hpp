@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cli_engine/cli_engine.h"
 
@@ -37,6 +38,13 @@ inline Json json(std::string text) {
 inline std::string text_of(const json_t *value) {
   const std::unique_ptr<char, decltype(&std::free)> text{json_dumps(value, JSON_ENCODE_ANY), &std::free};
   return text != nullptr ? text.get() : "null";
+}
+
+// The texts of an array.
+inline std::vector<std::string> texts_of(const json_t *list) {
+  std::vector<std::string> texts;
+  for (size_t i = 0; i < json_array_size(list); i++) texts.emplace_back(json_string_value(json_array_get(list, i)));
+  return texts;
 }
 
 // What is written to standard output while the function runs.
