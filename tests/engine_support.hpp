@@ -40,6 +40,12 @@ inline std::string text_of(const json_t *value) {
   return text != nullptr ? text.get() : "null";
 }
 
+// The cases of a kind in a file of the test data.
+inline Json cases(const char *file, const char *kind) {
+  const Json all{json_load_file((std::string(TEST_DATA_DIR "/") + file).c_str(), JSON_ALLOW_NUL, nullptr)};
+  return Json{json_incref(json_object_get(all.get(), kind))};
+}
+
 // The texts of an array.
 inline std::vector<std::string> texts_of(const json_t *list) {
   std::vector<std::string> texts;

@@ -9,6 +9,7 @@
 
 #include "engine_support.hpp"
 
+using engine_support::cases;
 using engine_support::Engine;
 using engine_support::json;
 using engine_support::Json;
@@ -25,12 +26,6 @@ int loader_handler(cli *, cli_node *) {
 
 namespace {
 
-// The cases of a kind in data/loader.json.
-Json cases(const char *kind) {
-  const Json all{json_load_file(TEST_DATA_DIR "/loader.json", 0, nullptr)};
-  return Json{json_incref(json_object_get(all.get(), kind))};
-}
-
 const char *text_in(const json_t *object, const char *member) {
   const char *text = json_string_value(json_object_get(object, member));
   return text != nullptr ? text : "";
@@ -39,7 +34,7 @@ const char *text_in(const json_t *object, const char *member) {
 TEST(Loader, DumpsShowWordsInOrderAndEveryArgument) {
   size_t i = 0;
   json_t *row = nullptr;
-  const Json rows = cases("dumps");
+  const Json rows = cases("loader.json", "dumps");
   json_array_foreach(rows.get(), i, row) {
     Engine engine(json_object_get(row, "definitions"), nullptr);
     std::string lines;
@@ -92,7 +87,7 @@ TEST(Loader, LongestKeyLoads) {
 TEST(Loader, HelpTemplatesAreExpanded) {
   size_t i = 0;
   json_t *row = nullptr;
-  const Json rows = cases("helps");
+  const Json rows = cases("loader.json", "helps");
   json_array_foreach(rows.get(), i, row) {
     const Json document{json_pack("{s:{s:O}}", "a", "#help", json_object_get(row, "help"))};
     Engine engine(document.get(), nullptr);
@@ -112,7 +107,7 @@ void expect_end(const std::function<void()> &load, bool exits, const char *repor
 TEST(LoaderDeathTest, EveryFaultIsReported) {
   size_t i = 0;
   json_t *row = nullptr;
-  const Json rows = cases("faults");
+  const Json rows = cases("loader.json", "faults");
   json_array_foreach(rows.get(), i, row) {
     SCOPED_TRACE(text_of(row));
     const auto load = [&] { Engine(json_object_get(row, "definitions"), json_object_get(row, "privileges")); };

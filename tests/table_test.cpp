@@ -13,6 +13,7 @@
 
 namespace {
 
+using engine_support::cases;
 using engine_support::Json;
 using engine_support::json;
 using engine_support::text_of;
@@ -96,11 +97,6 @@ Table made(const char *about) {
   return made(json(about).get());
 }
 
-const Json &cases() {
-  static const Json all{json_load_file(TEST_DATA_DIR "/tables.json", 0, nullptr)};
-  return all;
-}
-
 const content *cell_at(const table *t, int row, int col) {
   const auto place = static_cast<std::size_t>(row) * sizeof(int32_t);
   const auto physical_row = static_cast<std::size_t>(*static_cast<int32_t *>(dyn_array_at(t->row_index, place)));
@@ -112,7 +108,8 @@ TEST(TableModel, TextsBecomeLines) {
   size_t number = 0;
   const json_t *about = nullptr;
   const Table t = made("{'header': [''], 'rows': [[null, null]]}");
-  json_array_foreach(json_object_get(cases().get(), "texts"), number, about) {
+  const Json rows = cases("tables.json", "texts");
+  json_array_foreach(rows.get(), number, about) {
     SCOPED_TRACE(text_of(about));
     const char *text = json_string_value(json_object_get(about, "text"));
     ASSERT_EQ(table_set_cell(t.get(), 0, 0, text, nullptr), 0);
@@ -269,7 +266,8 @@ void check(const json_t *about) {
 TEST(TableDrawing, OfEachCase) {
   size_t number = 0;
   const json_t *about = nullptr;
-  json_array_foreach(json_object_get(cases().get(), "drawings"), number, about) {
+  const Json rows = cases("tables.json", "drawings");
+  json_array_foreach(rows.get(), number, about) {
     SCOPED_TRACE(text_of(about));
     check(about);
   }

@@ -6,7 +6,8 @@
 #include <cctype>
 #include <set>
 #include <string>
-#include <string_view>
+
+#include "engine_support.hpp"
 
 namespace {
 
@@ -54,52 +55,20 @@ class Tokenizer : public testing::Test {
   tokenizer tokens_ = {};
 };
 
+// Lines of data/words.json with the place of the cursor and the words.
 TEST_F(Tokenizer, SplitsAndUnquotes) {
-  const struct {
-    const char *line;
-    int cursor;
-    const char *words;
-  } rows[] = {
-      {"", -1, "-"},
-      {" \t\r\n", 2, "-"},
-      {"a", -1, "a"},
-      {"  show  ip\troute ", -1, "show|ip|route"},
-      {R"("")", -1, ""},
-      {R"(a "" b)", -1, "a||b"},
-      {R"(a""'' b)", -1, "a|b"},
-      {"'a'  b ", -1, "a|b"},
-      {"'it''s'", -1, "its"},
-      {R"("a'b" 'c"d')", -1, R"(a'b|c"d)"},
-      {R"(ab"c d"e)", -1, "abc de"},
-      {R"(a\ b)", -1, "a b"},
-      {R"(\"a\' "a\"b" 'a\'b')", -1, R"("a'|a"b|a'b)"},
-      {R"(\\ "\\")", -1, R"(\|\)"},
-      {R"(say "hello world)", -1, "say|hello world"},
-      {"say '", -1, "say|"},
-      {R"(say\)", -1, "say"},
-      {R"(say "a\)", -1, "say|a"},
-      {R"(say \)", -1, "say"},
-      {"show ver", 8, "show|ver^"},
-      {"show ", 5, "show"},
-      {"show ", 4, "show^"},
-      {"show", 0, "^show"},
-      {"show", 5, "show"},
-      {"ab  cd", 2, "ab^|cd"},
-      {"ab  cd", 3, "ab|^cd"},
-      {"ab    'cd'", 3, "ab|^cd"},
-      {"ab  ", 3, "ab"},
-      {R"(ab "c d" e)", 6, "ab|c ^d|e"},
-      {R"(ab ")", 4, "ab|^"},
-      {R"(a\ b)", 2, "a^ b"},
-      {R"(a\ b)", 3, "a ^b"},
-      {R"(a\)", 2, "a^"},
-  };
-  for (const auto &row : rows) {
-    SCOPED_TRACE(std::string(row.line) + " with the cursor at " + std::to_string(row.cursor));
-    EXPECT_EQ(run(row.line, row.cursor), row.words);
-    const bool has_cursor = std::string_view(row.words).find('^') != std::string_view::npos;
+  size_t i = 0;
+  const json_t *row = nullptr;
+  const auto rows = engine_support::cases("words.json", "words");
+  json_array_foreach(rows.get(), i, row) {
+    SCOPED_TRACE(engine_support::text_of(row));
+    const std::string shown = json_string_value(json_array_get(row, 2));
+    const auto cursor = static_cast<int>(json_integer_value(json_array_get(row, 1)));
+    EXPECT_EQ(run(json_string_value(json_array_get(row, 0)), cursor), shown);
+    const bool has_cursor = shown.find('^') != std::string::npos;
     EXPECT_EQ(tokens_.cursor_token != nullptr && tokens_.cursor_token->cursor >= 0, has_cursor);
   }
+  EXPECT_GT(i, 30U);
 }
 
 TEST_F(Tokenizer, OnlyBlanksSeparate) {

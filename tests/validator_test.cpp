@@ -12,11 +12,14 @@
 #include <string>
 #include <utility>
 
-#include "cli_engine/json_ref.hpp"
+#include "engine_support.hpp"
 
 namespace {
 
-using cli_engine::JsonRef;
+using engine_support::cases;
+using engine_support::json;
+using engine_support::Json;
+using engine_support::text_of;
 
 class Registry : public testing::Test {
  protected:
@@ -33,11 +36,10 @@ class Registry : public testing::Test {
   ~Registry() override { validator_typesystem_free(types_); }
 
   // Opens and closes a validator of the declaration and returns what it said.
-  validator opened(const char *declaration) {
-    const JsonRef document(json_loads(declaration, 0, nullptr));
+  validator opened(json_t *declaration) {
     validator v;
     std::memset(&v, 0xff, sizeof v);
-    EXPECT_EQ(validator_open(types_, &v, document.get()), 0) << declaration;
+    EXPECT_EQ(validator_open(types_, &v, declaration), 0) << text_of(declaration);
     validator_close(&v);
     return v;
   }
@@ -46,80 +48,43 @@ class Registry : public testing::Test {
   validator_type bounded_{};
 };
 
-struct Facets {
-  const char *declaration;
-  std::uint32_t flags;
-  std::int64_t least, most;  // of numbers, or of lengths
-  std::int32_t base;
-  std::uint32_t width;
-};
-
-constexpr Facets kFacets[] = {
-    {R"({"#type": "int"})", 0, 0, 0, 0, 0},
-    {R"({"#type": "int", "#width": 4, "#base": 16, "#min_length": 3})", 0, 0, 0, 0, 0},
-    {R"({"#type": "int", "#min_inclusive": 5, "#max_inclusive": 5, "#width": 4})", VALIDATOR_BOUNDED, 5, 5, 10, 4},
-    {R"({"#type": "int", "#min_inclusive": -2147483648})", VALIDATOR_BOUNDED, INT32_MIN, INT32_MAX, 10, 1},
-    {R"({"#type": "int", "#min_inclusive": null})", VALIDATOR_BOUNDED, 0, INT32_MAX, 10, 1},
-    {R"({"#type": "int", "#max_inclusive": 7, "#enum": [1]})", VALIDATOR_BOUNDED | VALIDATOR_ENUM, INT32_MIN, 7, 10, 1},
-    {R"({"#type": "unsignedInt", "#base": 16, "#max_inclusive": 255})", VALIDATOR_BOUNDED, 0, 255, 16, 1},
-    {R"({"#type": "unsignedInt", "#min_inclusive": 4294967295})", VALIDATOR_BOUNDED, UINT32_MAX, UINT32_MAX, 10, 1},
-    {R"({"#type": "percent", "#width": 9})", VALIDATOR_BOUNDED, 1, 100, 16, 3},
-    {R"({"#type": "percent", "#min_inclusive": -5})", VALIDATOR_BOUNDED, -5, INT32_MAX, 10, 1},
-    {R"({"#type": "string", "#max_length": 8})", VALIDATOR_BOUNDED, 0, 8, 0, 0},
-    {R"({"#type": "IPv4Address", "#min_length": 4})", VALIDATOR_BOUNDED, 4, UINT32_MAX, 0, 0},
-    {R"({"#type": "FQDN", "#min_inclusive": 1, "#max_inclusive": 0})", 0, 0, 0, 0, 0},
-    {R"({"#type": "string", "#min_length": "3"})", VALIDATOR_BOUNDED, 0, UINT32_MAX, 0, 0},
-    {R"({"#type": "string", "#min_length": 5, "#max_length": -1})", VALIDATOR_BOUNDED, 5, UINT32_MAX, 0, 0},
-    {R"({"#type": "MACAddress", "#enum": []})", VALIDATOR_ENUM, 0, 0, 0, 0},
-};
-
 TEST_F(Registry, ValidatorsTakeTheirFacets) {
-  for (const Facets &row : kFacets) {
-    SCOPED_TRACE(row.declaration);
-    const validator v = opened(row.declaration);
+  size_t i = 0;
+  const json_t *row = nullptr;
+  const Json rows = cases("validators.json", "facets");
+  json_array_foreach(rows.get(), i, row) {
+    SCOPED_TRACE(text_of(row));
+    const auto number = [&](const char *member) { return json_integer_value(json_object_get(row, member)); };
+    const validator v = opened(json_object_get(row, "declaration"));
     const bool is_text = validator_get_basetype(&v) == BASETYPE_STRING;
-    EXPECT_EQ(v.flags, row.flags);
-    EXPECT_EQ(is_text ? v.min_length : v.min_inclusive, row.least);
-    EXPECT_EQ(is_text ? v.max_length : v.max_inclusive, row.most);
-    EXPECT_EQ(is_text ? 0 : v.base, row.base);
-    EXPECT_EQ(is_text ? 0 : v.width, row.width);
+    EXPECT_EQ((v.flags & VALIDATOR_BOUNDED) != 0, json_is_true(json_object_get(row, "bounded")));
+    EXPECT_EQ((v.flags & VALIDATOR_ENUM) != 0, json_is_true(json_object_get(row, "enumerated")));
+    EXPECT_EQ(is_text ? v.min_length : v.min_inclusive, number("least"));
+    EXPECT_EQ(is_text ? v.max_length : v.max_inclusive, number("most"));
+    EXPECT_EQ(is_text ? 0 : v.base, number("base"));
+    EXPECT_EQ(is_text ? 0 : v.width, number("width"));
   }
+  EXPECT_GT(i, 15U);
 }
-
-// The first fault in the order of the checks is the one reported.
-constexpr std::pair<const char *, const char *> kFaults[] = {
-    {R"({"#type": "int", "#max_inclusive": 1, "#width": 0, "#base": 2})", "validator->width > 0"},
-    {R"({"#type": "int", "#max_inclusive": 1, "#width": "3"})", "validator->width > 0"},
-    {R"({"#type": "int", "#max_inclusive": 1, "#width": 4294967296})", "validator->width > 0"},
-    {R"({"#type": "int", "#max_inclusive": 255, "#base": 16, "#min_inclusive": -2147483649})", "validator->base == 10"},
-    {R"({"#type": "int", "#min_inclusive": -2147483649})", "validator->min_inclusive >= INT32_MIN"},
-    {R"({"#type": "int", "#max_inclusive": 2147483648})", "validator->max_inclusive <= INT32_MAX"},
-    {R"({"#type": "int", "#min_inclusive": 6, "#max_inclusive": 5})",
-     "validator->min_inclusive <= validator->max_inclusive"},
-    {R"({"#type": "unsignedInt", "#max_inclusive": 1, "#width": null})", "validator->width > 0"},
-    {R"({"#type": "unsignedInt", "#max_inclusive": 1, "#base": 0})", "validator->base == 10 || validator->base == 16"},
-    {R"({"#type": "unsignedInt", "#min_inclusive": -1})", "validator->min_inclusive >= 0"},
-    {R"({"#type": "unsignedInt", "#max_inclusive": 4294967296})", "validator->max_inclusive <= UINT32_MAX"},
-    {R"({"#type": "unsignedInt", "#max_inclusive": -1})", "validator->min_inclusive <= validator->max_inclusive"},
-    {R"({"#type": "string", "#min_length": 3, "#max_length": 2})", "validator->min_length <= validator->max_length"},
-    {R"({"#type": "string", "#min_length": -1, "#max_length": 2})", "validator->min_length <= validator->max_length"},
-    {R"({"#type": "string", "#enum": "a"})", "json_is_array(enum_array)"},
-    {R"({"#type": "int", "#enum": null})", "json_is_array(enum_array)"},
-};
 
 using RegistryDeathTest = Registry;
 
+// The first fault in the order of the checks is the one reported.
 TEST_F(RegistryDeathTest, ContradictoryFacetsAreReported) {
-  for (const auto &[declaration, expression] : kFaults) {
-    EXPECT_EXIT(opened(declaration), testing::KilledBySignal(SIGABRT),
-                testing::StartsWith(std::string("cli_engine/validator:validator_open: assertion \"") + expression +
-                                    "\" failed\n"))
-        << declaration;
+  size_t i = 0;
+  const json_t *row = nullptr;
+  const Json rows = cases("validators.json", "faults");
+  json_array_foreach(rows.get(), i, row) {
+    const std::string claim = json_string_value(json_object_get(row, "report"));
+    EXPECT_EXIT(opened(json_object_get(row, "declaration")), testing::KilledBySignal(SIGABRT),
+                testing::StartsWith("cli_engine/validator:validator_open: assertion \"" + claim + "\" failed\n"))
+        << text_of(row);
   }
+  EXPECT_GT(i, 15U);
 }
 
 TEST_F(RegistryDeathTest, NullArgumentsAreReported) {
-  const JsonRef declaration(json_loads(R"({"#type": "int"})", 0, nullptr));
+  const Json declaration = json("{'#type': 'int'}");
   validator v;
   EXPECT_EXIT(validator_open(nullptr, &v, declaration.get()), testing::KilledBySignal(SIGABRT),
               testing::StartsWith("cli_engine/validator:validator_find_type: assertion \"ts != NULL\" failed\n"));
@@ -129,8 +94,8 @@ TEST_F(RegistryDeathTest, NullArgumentsAreReported) {
 
 TEST_F(Registry, UnknownTypesLeaveTheValidatorZero) {
   for (const char *text :
-       {R"({"#type": "Int"})", R"({"#type": ""})", R"({"#type": "intx", "#enum": [1]})", R"({"#type": 5})", "{}"}) {
-    const JsonRef declaration(json_loads(text, 0, nullptr));
+       {"{'#type': 'Int'}", "{'#type': ''}", "{'#type': 'intx', '#enum': [1]}", "{'#type': 5}", "{}"}) {
+    const Json declaration = json(text);
     validator v;
     std::memset(&v, 0xff, sizeof v);
     EXPECT_EQ(validator_open(types_, &v, declaration.get()), -1) << text;
@@ -146,7 +111,7 @@ TEST_F(Registry, TheFirstTypeOfANameStays) {
     second.name = name;
     second.basetype = basetype == BASETYPE_UINT ? BASETYPE_INT : BASETYPE_UINT;
     EXPECT_EQ(validator_typesystem_add_custom_type(types_, &second), 0);
-    const validator v = opened((std::string(R"({"#type": ")") + name + "\"}").c_str());
+    const validator v = opened(json(std::string("{'#type': '") + name + "'}").get());
     EXPECT_NE(v.type, &second);
     EXPECT_EQ(validator_get_basetype(&v), basetype);
   }
@@ -154,10 +119,10 @@ TEST_F(Registry, TheFirstTypeOfANameStays) {
 
 // Each validator holds one reference: of the declared enumeration, else of its type's own.
 TEST_F(Registry, EnumerationsAreCounted) {
-  const JsonRef own(json_pack("[s]", "own"));
+  const Json own(json_pack("[s]", "own"));
   bounded_.defaults.flags |= VALIDATOR_ENUM;
   bounded_.defaults.enum_array = own.get();
-  const JsonRef declaration(json_pack("{s:s, s:[s]}", "#type", "percent", "#enum", "declared"));
+  const Json declaration(json_pack("{s:s, s:[s]}", "#type", "percent", "#enum", "declared"));
   json_t *declared = json_object_get(declaration.get(), "#enum");
 
   validator v;
