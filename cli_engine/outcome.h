@@ -17,8 +17,10 @@ extern "C" {
 #endif
 
 typedef struct cli_outcome cli_outcome;
-typedef struct cli_replay_lines cli_replay_lines;
 typedef struct parser_error parser_error;
+
+/* A configuration text that comes line by line. */
+typedef struct cli_replay_lines cli_replay_lines;
 
 /* What became of a line (`kind` of its outcome). */
 enum {

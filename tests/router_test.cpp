@@ -54,7 +54,7 @@ class TemporaryFolder {
 using Json = std::unique_ptr<json_t, decltype(&json_decref)>;
 
 Json load(const char *name) {
-  return {json_load_file((std::string(ROUTER_EXAMPLE_DIR "/") + name).c_str(), 0, nullptr), json_decref};
+  return {json_load_file((std::string("examples/router/") + name).c_str(), 0, nullptr), json_decref};
 }
 
 // The example as cli-shell runs it.

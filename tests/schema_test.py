@@ -93,7 +93,7 @@ class SchemaTest(unittest.TestCase):
         count = os.environ.get("SCHEMA_MUTATIONS", "400")
         with tempfile.TemporaryDirectory() as folder:
             environment = {**os.environ, "CHECK_MUTATIONS": count, "CHECK_KEEP": folder, "CHECK_SAMPLES_ONLY": "1"}
-            subprocess.run([MUTATION_TEST], env=environment, check=True, stdout=subprocess.DEVNULL)
+            subprocess.run([MUTATION_TEST], cwd=PROJECT, env=environment, check=True, stdout=subprocess.DEVNULL)
             compared = sum(self.compare(path) for path in sorted(glob.glob(folder + "/*.rules")))
         self.assertGreater(compared, int(count) // 4)
 
