@@ -35,6 +35,8 @@ constexpr Subcommand kSubcommands[] = {
     {"test", test_main, "test [options] SCRIPT...", "sessions with the output expected from them", kTestOptions},
     {"reference", reference_main, "reference [options] DEFINITION.json", "the command reference of a language",
      kReferenceOptions},
+    {"new", new_main, "new [--language LANGUAGE] NAME", "a small language to begin with: handlers, a test, a build",
+     kNewOptions},
 };
 
 // Characters are UTF-8, whatever encoding the environment names.

@@ -12,6 +12,7 @@ int check_main(const Options &options);      // what is wrong with the documents
 int preview_main(const Options &options);    // the language without its handlers
 int test_main(const Options &options);       // sessions and what is expected of them
 int reference_main(const Options &options);  // the commands of a language, as a document
+int new_main(const Options &options);        // a small language to begin with
 
 inline constexpr ExtraOption kCheckOptions[] = {
     {"format", "FORMAT", "text, one line for each finding, json, sarif or github"},
@@ -26,6 +27,10 @@ inline constexpr ExtraOption kTestOptions[] = {
 
 inline constexpr ExtraOption kReferenceOptions[] = {
     {"format", "FORMAT", "markdown (the default) or man"},
+};
+
+inline constexpr ExtraOption kNewOptions[] = {
+    {"language", "LANGUAGE", "of the handlers: c (the default), c++ or python"},
 };
 
 }  // namespace cli_shell

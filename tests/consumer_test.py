@@ -78,3 +78,12 @@ with tempfile.TemporaryDirectory() as scratch:
                      "--privileges", os.path.join(router, "privileges.json"), os.path.join(router, "router.json"),
                      "-c", "show version", env=environment)
         expect("a copy of the example", output, "Kernel")
+
+        environment.update(PATH=f"{prefix}/bin:{os.environ['PATH']}", CMAKE_PREFIX_PATH=prefix, CMAKE_GENERATOR="Ninja",
+                           CLI_ENGINE_LIBRARY=os.path.join(libraries, "libcli_engine.so"),
+                           PYTHONPATH=os.path.join(prefix, "lib", "python3", "dist-packages"))
+        for language, name in {"c": "lamp", "c++": "fan", "python": "pump"}.items():
+            said = run(shell, "new", "--language", language, name, cwd=scratch)
+            output = run("sh", "-ec", said[said.index("  cd "):], cwd=scratch, env=environment,
+                         input="port 2\nspeed 1000\nsh po\n")
+            expect(f"what is new in {language}", output, "\n2     1000")
