@@ -1,110 +1,67 @@
-// Documents: those that are written so as to load, and any JSON, which a child process loads.
-#include <fcntl.h>
+// Documents: those that are written so as to load, and any text, of which comes a language or an error.
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <csignal>
 
 #include "host.hpp"
 #include "invariants.hpp"
 #include "language.hpp"
 
-// Marks of the code that ran, one for each place; the fuzzer's compiler makes them.
-extern "C" {
-__attribute__((weak)) extern uint8_t __start___sancov_cntrs[];
-__attribute__((weak)) extern uint8_t __stop___sancov_cntrs[];
-const char *__asan_default_options();
-const char *__asan_default_options() {
-  return "exitcode=99:detect_leaks=1";
-}
-}
-
 namespace {
 
-// What the child leaves behind: what it printed, and where it went.
-struct Outcome {
-  int printed = memfd_create("output", 0);
-  int reported = memfd_create("errors", 0);
-  size_t places = static_cast<size_t>(__stop___sancov_cntrs - __start___sancov_cntrs);
-  uint8_t *visited =
-      static_cast<uint8_t *>(mmap(nullptr, places + 1, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+void count_error(void *errors, const cli_fault *fault) {
+  FUZZ_REQUIRE(*fault->rule != '\0' && *fault->text != '\0' && strchr(fault->text, '\n') == nullptr);
+  *static_cast<int *>(errors) += fault->severity == CLI_ERROR ? 1 : 0;
+}
+
+void speak(cli_language *language, int errors) {
+  FUZZ_REQUIRE((language == nullptr) == (errors > 0));
+  if (language == nullptr) return;
+  fuzz::Host host(language);
+  for (const char *line : {"", "a", "do ", "a 1 "}) {
+    for (const int action : {0, int{fuzz::kHelp}, int{fuzz::kComplete}}) host.act(action, line);
+  }
+}
+
+// A file of the text, by the name under which it can be opened.
+class File {
+ public:
+  explicit File(std::string_view text) {
+    FUZZ_REQUIRE(write(file_, text.data(), text.size()) == static_cast<ssize_t>(text.size()));
+  }
+  File(const File &) = delete;
+  File &operator=(const File &) = delete;
+  ~File() { close(file_); }
+
+  [[nodiscard]] const char *name() const { return name_.c_str(); }
+
+ private:
+  int file_ = memfd_create("document", 0);
+  std::string name_ = "/proc/self/fd/" + std::to_string(file_);
 };
 
-Outcome &outcome() {
-  static Outcome shared;
-  return shared;
-}
+// Nothing is printed, and nothing ends the process.
+void load_texts(std::string_view definitions, std::string_view privileges) {
+  static validator_typesystem *const types = validator_typesystem_new();
+  const File definitions_file(definitions), privileges_file(privileges);
+  const cli_handler_entry handlers[] = {{"fuzz_run", fuzz_run}, {"cli_free", fuzz_run}, {nullptr, nullptr}};
+  const cli_language_source source{.definitions = definitions_file.name(),
+                                   .privileges = privileges.empty() ? nullptr : privileges_file.name(),
+                                   .handlers = handlers,
+                                   .flags = CLI_HANDLERS_ONLY,
+                                   .exit_handler = fuzz_leave,
+                                   .end_handler = fuzz_leave};
+  int errors = 0;
+  cli_language *language = cli_language_load(types, &source, count_error, &errors);
+  speak(language, errors);
+  cli_language_free(language);
 
-std::string content_of(int file) {
-  std::string text(static_cast<size_t>(lseek(file, 0, SEEK_END)), '\0');
-  FUZZ_REQUIRE(pread(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
-  return text;
-}
-
-void leave_marks() {
-  if (outcome().places > 0) memcpy(outcome().visited, __start___sancov_cntrs, outcome().places);
-}
-
-void gather_marks() {
-  for (size_t i = 0; i < outcome().places; i++) {
-    __start___sancov_cntrs[i] = std::max(__start___sancov_cntrs[i], outcome().visited[i]);
-  }
-}
-
-[[noreturn]] void load_and_end(json_t *definitions, json_t *privileges) {
-  alarm(20);
-  dup2(outcome().printed, STDOUT_FILENO);
-  dup2(outcome().reported, STDERR_FILENO);
-  signal(SIGABRT, [](int) {
-    leave_marks();
-    signal(SIGABRT, SIG_DFL);
-    raise(SIGABRT);
-  });
-  // In place of what the fuzzer does when a process ends.
-  atexit([] {
-    leave_marks();
-    fflush(stdout);
-    _exit(1);
-  });
-  {
-    fuzz::Host host(definitions, privileges);
-    for (const char *line : {"", "a", "do ", "a 1 "}) {
-      host.act(0, line);
-      host.act(fuzz::kHelp, line);
-      host.act(fuzz::kComplete, line);
-    }
-    host.reload(definitions, privileges);
-  }
-  leave_marks();
-  _exit(0);
-}
-
-// The only endings: all went well, one line that says what cannot be loaded, the assertion report.
-void load_in_child(json_t *definitions, json_t *privileges) {
-  for (const int file : {outcome().printed, outcome().reported}) FUZZ_REQUIRE(ftruncate(file, 0) == 0);
-  lseek(outcome().printed, 0, SEEK_SET);
-  lseek(outcome().reported, 0, SEEK_SET);
-  fflush(stdout);
-  const pid_t child = fork();
-  FUZZ_REQUIRE(child >= 0);
-  if (child == 0) load_and_end(definitions, privileges);
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0) FUZZ_REQUIRE(errno == EINTR);
-  gather_marks();
-
-  const std::string printed = content_of(outcome().printed), reported = content_of(outcome().reported);
-  const bool loaded = WIFEXITED(status) && WEXITSTATUS(status) == 0 && reported.empty();
-  const bool refused = WIFEXITED(status) && WEXITSTATUS(status) == 1 && reported.empty() &&
-                       (printed.starts_with("Cannot load ") || printed.starts_with("Invalid privilege ")) &&
-                       printed.ends_with('\n');
-  const bool asserted = WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT &&
-                        (reported.starts_with("cli_engine/") || reported.find("\ncli_engine/") != std::string::npos) &&
-                        reported.find(": assertion \"") != std::string::npos && reported.ends_with('\n');
-  if (loaded || refused || asserted) return;
-  fprintf(stderr, "status %d\n%s\n%s\n", status, printed.c_str(), reported.c_str());
-  FUZZ_REQUIRE(loaded || refused || asserted);
+  const fuzz::Json document(json_loadb(definitions.data(), definitions.size(), JSON_ALLOW_NUL, nullptr));
+  const fuzz::Json table(json_loadb(privileges.data(), privileges.size(), JSON_DECODE_ANY, nullptr));
+  if (document == nullptr) return;
+  errors = 0;
+  language = cli_language_from_json(types, document.get(), table.get(), &source, count_error, &errors);
+  speak(language, errors);
+  cli_language_free(language);
 }
 
 void load_written(fuzz::Source &source) {
@@ -128,9 +85,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   }
   const std::string_view all = source.rest();
   const size_t end = std::min(all.find('\0'), all.size());
-  const fuzz::Json definitions(json_loadb(all.data(), end, JSON_ALLOW_NUL, nullptr));
-  const std::string_view rest = all.substr(std::min(end + 1, all.size()));
-  const fuzz::Json privileges(json_loadb(rest.data(), rest.size(), JSON_DECODE_ANY, nullptr));
-  if (definitions != nullptr) load_in_child(definitions.get(), privileges.get());
+  load_texts(all.substr(0, end), all.substr(std::min(end + 1, all.size())));
   return 0;
 }

@@ -3,14 +3,8 @@
 #include "invariants.hpp"
 #include "language.hpp"
 
-extern "C" {
-CLI_API int fuzz_run(cli *engine, cli_node *node);
-CLI_API int fuzz_refuse(cli *engine, cli_node *node);
-CLI_API int fuzz_leave(cli *engine, cli_node *node);
-
 // The value types of the router example, where it is linked.
-__attribute__((weak)) void cli_shell_register_types(validator_typesystem *types);
-}
+extern "C" __attribute__((weak)) void cli_shell_register_types(validator_typesystem *types);
 
 namespace {
 
@@ -76,6 +70,10 @@ Host::Host(json_t *definitions, json_t *privileges) {
   };
   FUZZ_REQUIRE(cli_init(&engine_, types_, definitions, nullptr, privileges) == &engine_);
   check();
+}
+
+Host::Host(cli_language *language) {
+  FUZZ_REQUIRE(cli_init_language(&engine_, language, nullptr) == &engine_);
 }
 
 Host::~Host() {

@@ -6,6 +6,12 @@
 
 #include "cli_engine/cli_engine.h"
 
+extern "C" {
+CLI_API int fuzz_run(cli *engine, cli_node *node);
+CLI_API int fuzz_refuse(cli *engine, cli_node *node);
+CLI_API int fuzz_leave(cli *engine, cli_node *node);
+}
+
 namespace fuzz {
 
 // What a user or a host does; most of it is executing lines.
@@ -14,6 +20,7 @@ enum Action { kHelp = 10, kComplete, kPrivilege, kLeave, kLeaveAll, kCondition, 
 class Host {
  public:
   Host(json_t *definitions, json_t *privileges);
+  explicit Host(cli_language *language);
   Host(const Host &) = delete;
   Host &operator=(const Host &) = delete;
   ~Host();

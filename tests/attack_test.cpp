@@ -12,8 +12,8 @@
 #include "cli_engine/table.h"
 #include "engine_support.hpp"
 
+using engine_support::cases;
 using engine_support::Engine;
-using engine_support::json;
 using engine_support::Json;
 using engine_support::printed_by;
 
@@ -72,18 +72,6 @@ int attack_report(cli *engine, cli_node *node) {
 }
 
 namespace {
-
-constexpr const char *kLanguage = R"({
-  'show': {'#help': {'fmt': 'with {n}', 'args': {'n': 1}}, '#handler': 'attack_report', '#args': [
-    {'#type': 'int', '#name': 'n', '#help': 'h', '#optional': true, '#min_inclusive': 1},
-    {'#type': 'container', '#optional': true, '#exclusive': true, '#args': [
-      {'#type': 'key', '#name': 'k', '#help': 'h', '#args': [{'#type': 'string', '#name': 's', '#help': 'h'}]},
-      {'#type': 'int', '#name': 'e', '#help': 'h', '#enum': [-10, -20]}]}]},
-  'sh': {'#alias': 'show 7 k \"x y\"'},
-  'mode': {'#help': 'h', '#prompt': [{'value': 'a', 'if': 'show', 'description': 'd'},
-                                     {'value': 'b', 'description': 'e'}],
-           '#args': [{'#type': 'string', '#name': 'name', '#help': 'h'}],
-           '#commands': {'word': {'#help': 'h', '#commands': {'last': {'#help': 'h', '#handler': 'attack_report'}}}}}})";
 
 // A device's day: everything that takes memory. The documents were read before.
 void live(const Json &document, const Json &privileges, const Json &words) {
@@ -149,8 +137,8 @@ std::string without_what_may_lack(const std::string &printed) {
 
 TEST(Memory, EveryAllocationFailsOnce) {
   json_set_alloc_funcs([](size_t size) { return __wrap_malloc(size); }, free);
-  const Json document = json(kLanguage);
-  const Json privileges = json("{'1': {'Name': 'show', 'Prompt': '', 'Level': 1}}");
+  const Json document = cases("attack.json", "language");
+  const Json privileges = cases("attack.json", "privileges");
   const Json words{json_array()};
   const Ending normal = end_of([&] { live(document, privileges, words); });
   ASSERT_EQ(normal.status, 0) << normal.reported;
@@ -247,9 +235,7 @@ TEST(Sizes, ManySiblings) {
     snprintf(name, sizeof name, "w%06d", number);
     json_object_set_new(document.get(), name, json_pack("{s:s}", "#help", "h"));
   }
-  Engine engine("{}");
-  cli_unload_commands(engine.get());
-  ASSERT_EQ(cli_load_commands(engine.get(), engine.types(), document.get(), nullptr), 0);
+  Engine engine(document.get(), nullptr);
   int number = 0;
   for (const cli_node *word = cli_node_first_choice(&engine->root); word != nullptr;
        word = cli_node_next_choice(word)) {
@@ -268,86 +254,54 @@ void count_interrupt(int /*signal*/) {
   host_interrupts++;
 }
 
-// A child process. One that is still there is killed.
-class Child {
+void expect_host_signals() {
+  struct sigaction action = {};
+  sigset_t mask;
+  sigaction(SIGINT, nullptr, &action);
+  sigprocmask(SIG_BLOCK, nullptr, &mask);
+  EXPECT_EQ(action.sa_handler, count_interrupt);
+  EXPECT_EQ(sigismember(&mask, SIGINT), 0);
+}
+
+// A process that presses Ctrl-C all the time.
+class Storm {
  public:
-  explicit Child(const std::function<void()> &function) : id_(fork()) {
-    if (id_ == 0) {
-      signal(SIGINT, SIG_DFL);
-      function();
-      _exit(0);
+  Storm() : id_(fork()) {
+    for (unsigned random = 1; id_ == 0;) {
+      usleep((random = random * 1103515245 + 12345) >> 16 & 255);
+      kill(getppid(), SIGINT);
     }
   }
-  Child(const Child &) = delete;
-  Child &operator=(const Child &) = delete;
-  ~Child() { end(SIGKILL); }
-
-  int end(int signal_to_send) {
-    int status = 0;
-    if (id_ > 0) {
-      kill(id_, signal_to_send);
-      waitpid(id_, &status, 0);
-    }
-    id_ = 0;
-    return status;
+  Storm(const Storm &) = delete;
+  Storm &operator=(const Storm &) = delete;
+  ~Storm() {
+    kill(id_, SIGKILL);
+    waitpid(id_, nullptr, 0);
   }
 
  private:
   pid_t id_;
 };
 
-class Interrupts : public testing::Test {
- protected:
-  Interrupts() {
-    pager_open(&pager_, -1, -1);
-    signal(SIGINT, count_interrupt);
-  }
-  ~Interrupts() override {
-    pager_close(&pager_);
-    signal(SIGINT, SIG_DFL);
-  }
-  Interrupts(const Interrupts &) = delete;
-  Interrupts &operator=(const Interrupts &) = delete;
-
-  std::string feed(int lines) {
-    std::string all;
-    for (int i = 0; i < lines; i++) {
-      pager_feedfmt(&pager_, "line %d", i);
-      all += dyn_string_text(pager_line(&pager_));
-      all += '\n';
-      pager_newline(&pager_);
-    }
-    return all;
-  }
-  static void expect_host_signals() {
-    struct sigaction action = {};
-    sigset_t mask;
-    sigaction(SIGINT, nullptr, &action);
-    sigprocmask(SIG_BLOCK, nullptr, &mask);
-    EXPECT_EQ(action.sa_handler, count_interrupt);
-    EXPECT_EQ(sigismember(&mask, SIGINT), 0);
-  }
-
-  pager pager_{};
-};
-
-// Ctrl-C all the time: what is printed is a whole beginning of the lines, and what a command printed is all there. On a
-// busy machine the interrupts may fall in between for long.
-TEST_F(Interrupts, AtAnyMomentKeepLinesWhole) {
+// What is printed is a whole beginning of the lines, and what a command printed is all there. On a busy machine the
+// interrupts may fall in between for long.
+TEST(Interrupts, AtAnyMomentKeepLinesWhole) {
   int whole = 0, cut = 0;
-  const Child storm([] {
-    unsigned random = 1;
-    for (;;) {
-      usleep((random = random * 1103515245 + 12345) >> 16 & 255);
-      kill(getppid(), SIGINT);
-    }
-  });
+  std::string all;
+  for (int i = 0; i < 300; i++) all += "line " + std::to_string(i) + "\n";
+  signal(SIGINT, count_interrupt);
+  pager pager{};
+  pager_open(&pager, -1, -1);
+  const Storm storm;
   for (int round = 0; round < 600 || (round < 30000 && (cut == 0 || whole == 0)); round++) {
-    const std::string all = feed(300);
+    for (int i = 0; i < 300; i++) {
+      pager_feedfmt(&pager, "line %d", i);
+      pager_newline(&pager);
+    }
     int count = -1;
     const std::string shown = printed_by([&] {
-      if (round % 2 == 0) count = pager_show_line(&pager_, 1, 300);
-      pager_show(&pager_);
+      if (round % 2 == 0) count = pager_show_line(&pager, 1, 300);
+      pager_show(&pager);
       expect_host_signals();
     });
     // Where the lines were counted, what follows them is the second printing.
@@ -357,42 +311,15 @@ TEST_F(Interrupts, AtAnyMomentKeepLinesWhole) {
     ASSERT_TRUE(count < 0 || std::count(lines.begin(), lines.end(), '\n') == count);
     (lines == all ? whole : cut)++;
     if (round % 20 == 0) {
-      EXPECT_EQ(pager_feed_popen(&pager_, "i=0; while [ $i -lt 50 ]; do echo $i; i=$((i+1)); done"), 0);
-      EXPECT_EQ(pager_line_count(&pager_), 50);
-      pager_clear(&pager_);
+      EXPECT_EQ(pager_feed_popen(&pager, "i=0; while [ $i -lt 50 ]; do echo $i; i=$((i+1)); done"), 0);
+      EXPECT_EQ(pager_line_count(&pager), 50);
+      pager_clear(&pager);
     }
   }
   EXPECT_GT(whole, 0);
   EXPECT_GT(cut, 0);
   EXPECT_GT(host_interrupts, 0) << "the host's own handler is back in between";
-}
-
-// A reader that has seen enough of a million lines.
-TEST_F(Interrupts, EndAMillionLines) {
-  feed(1000000);
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  Child reader([&] {
-    close(ends[1]);
-    FILE *lines = fdopen(ends[0], "r");
-    int count = 0;
-    for (int c = 0; (c = getc(lines)) != EOF;) {
-      if (c == '\n' && ++count == 10) kill(getppid(), SIGINT);
-    }
-    _exit(count < 100000 ? 0 : 1);
-  });
-  close(ends[0]);
-  fflush(stdout);
-  const int saved = dup(STDOUT_FILENO);
-  dup2(ends[1], STDOUT_FILENO);
-  close(ends[1]);
-  pager_show(&pager_);
-  fflush(stdout);
-  dup2(saved, STDOUT_FILENO);
-  close(saved);
-  EXPECT_EQ(reader.end(0), 0);
-  expect_host_signals();
-  EXPECT_EQ(pager_line_count(&pager_), 0);
+  pager_close(&pager);
 }
 
 }  // namespace

@@ -40,10 +40,22 @@ inline std::string text_of(const json_t *value) {
   return text != nullptr ? text.get() : "null";
 }
 
-// The cases of a kind in a file of the test data.
+// The cases of a kind in a file of the test data, and a function called with each.
 inline Json cases(const char *file, const char *kind) {
   const Json all{json_load_file((std::string(TEST_DATA_DIR "/") + file).c_str(), JSON_ALLOW_NUL, nullptr)};
-  return Json{json_incref(json_object_get(all.get(), kind))};
+  json_t *chosen = json_object_get(all.get(), kind);
+  EXPECT_GT(json_array_size(chosen) + json_object_size(chosen), 0U) << file << ' ' << kind;
+  return Json{json_incref(chosen)};
+}
+
+template <class Function>
+void for_each_case(const char *file, const char *kind, Function function) {
+  const Json all = cases(file, kind);
+  for (size_t i = 0; i < json_array_size(all.get()); i++) {
+    json_t *row = json_array_get(all.get(), i);
+    SCOPED_TRACE(text_of(row));
+    function(row);
+  }
 }
 
 // The texts of an array.

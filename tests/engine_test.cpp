@@ -3,10 +3,13 @@
 
 #include "engine_support.hpp"
 
+using engine_support::cases;
 using engine_support::Engine;
+using engine_support::for_each_case;
 using engine_support::json;
 using engine_support::Json;
 using engine_support::printed_by;
+using engine_support::texts_of;
 
 extern "C" {
 CLI_API int test_show_call(cli *engine, cli_node *node);  // says what was called, with the first argument's value
@@ -31,60 +34,22 @@ int test_leave_all(cli *engine, cli_node *) {
 
 namespace {
 
-const std::string kLanguage = R"({
-  'show': {'#help': 'Show things'},
-  'show interfaces': {'#help': 'All of them', '#handler': 'test_show_call'},
-  'shutdown': {'#help': 'Stop', '#handler': 'test_show_call'},
-  'mtu': {'#help': 'Set the MTU', '#handler': 'test_show_call', '#args': [
-    {'#type': 'int', '#name': 'size', '#help': 'Bytes', '#min_inclusive': 68, '#max_inclusive': 9000}]},
-  'to': {'#help': 'Where to', '#handler': 'test_show_call', '#args': [
-    {'#type': 'IPv4Address', '#name': 'address', '#help': 'Address'}]},
-  'state': {'#help': 'Set it', '#handler': 'test_show_call', '#args': [
-    {'#type': 'string', '#name': 'value', '#help': 'On or off', '#enum': ['on', 'off', 'other']}]},
-  'sr': {'#alias': 'show interfaces'},
-  'ring': {'#alias': 'ring again'},
-  'interface': {'#help': 'Configure one', '#prompt': [
-      {'value': 'config-vlan', 'if': 'interface vlan', 'description': 'VLAN'},
-      {'value': 'config-if', 'description': 'interface'}],
-    '#args': [{'#type': 'container', '#exclusive': true, '#args': [
-      {'#type': 'key', '#name': 'vlan', '#help': 'A VLAN',
-        '#args': [{'#type': 'unsignedInt', '#name': 'id', '#help': 'Number', '#max_inclusive': 4094}]},
-      {'#type': 'string', '#name': 'name', '#help': 'Name'}]}],
-    '#commands': {
-      'mtu': {'#help': 'MTU here', '#handler': 'test_show_call'},
-      'leave': {'#help': 'Leaves on its own', '#prompt': 'gone', '#handler': 'test_leave_all'},
-      'never': {'#help': 'Refuses', '#prompt': 'never', '#handler': 'test_refuse'},
-      'unit': {'#help': 'A unit', '#prompt': 'unit'}}}
-})";
+Json language() {
+  return cases("engine.json", "language");
+}
+
+const char *text_at(const json_t *list, size_t i) {
+  return json_string_value(json_array_get(list, i));
+}
 
 // What random sessions show in conformance_test, here once for the reader; and values of types that those have not.
 TEST(Engine, Screens) {
-  Engine engine(kLanguage);
-  const std::string top =
-      "Available: \n"
-      "\t{32}interface{}:\tConfigure one\n"
-      "\t{32}mtu{}:      \tSet the MTU\n"
-      "\t{32}show{}:     \tShow things\n"
-      "\t{32}shutdown{}: \tStop\n"
-      "\t{32}state{}:    \tSet it\n"
-      "\t{32}to{}:       \tWhere to\n";
-  const std::pair<const char *, std::string> session[] = {
-      {"#anything", ""},
-      {"SHOW int", "{32}show{} {32}interfaces{} \n<interfaces >\n"},
-      {"sr", "{32}show{} {32}interfaces{} \n<interfaces >\n"},
-      {"to 10.0.0.1", "{32}to{} {36}10.0.0.1{} \n<to 10.0.0.1>\n"},
-      {"state of", "{32}state{} {36}of{} \n<state off>\n"},
-      {"sh", "{31}sh \n^\n{35}Ambiguous input{} at 'sh': ''\n" + top},
-      {"mtu abc",
-       "{32}mtu{} {31}abc \n    ^\n{35}Invalid argument{} at 'abc': 'size'\n"
-       "Available: \n\t{36}size <68-9000>{}:\tBytes\n"},
-      {"ring",
-       "{31}ring again again again again again again again again again again again again again again again again \n"
-       "^\n{35}Extra input at end of command{} at 'ring': ''\n" +
-           top}};
-  for (const auto &[line, screen] : session) {
-    EXPECT_EQ(engine.execute(line), screen) << line;
-  }
+  Engine engine(language().get(), nullptr);
+  for_each_case("engine.json", "screens", [&](const json_t *row) {
+    std::string screen;
+    for (const std::string &line : texts_of(json_array_get(row, 1))) screen += line + "\n";
+    EXPECT_EQ(engine.execute(text_at(row, 0)), screen);
+  });
   EXPECT_EQ(engine.error(), E_EXTRA_INPUT) << "left for the host";
   EXPECT_EQ(engine.help("s"),
             "> [?]\n{32}show{}    \tShow things\n{32}shutdown{}\tStop\n"
@@ -94,32 +59,18 @@ TEST(Engine, Screens) {
 }
 
 TEST(Engine, ModesKeepTheLinesThatEnteredThem) {
-  Engine engine(kLanguage);
-  const struct {
-    const char *line, *prompt;
-    int id;  // of the VLAN
-  } session[] = {
-      {"interface vlan 7", "cli(config-vlan)> ", 7},
-      {"unit", "cli(unit)> ", 7},
-      {"do show interfaces", "cli(unit)> ", 0},  // only what the last line used is found
-      {"nonsense", "cli(unit)> ", 7},
-      {"mtu", "cli(config-vlan)> ", 7},  // found in the enclosing mode
-      {"never", "cli(config-vlan)> ", 7},
-      {"leave", "cli> ", 0},
-      {"interface eth0", "cli(config-if)> ", 0},
-      {"interface eth1", "cli(config-if)> ", 0},  // a sibling mode replaces the present one
-      {"shutdown", "cli> ", 0},
-  };
-  for (const auto &row : session) {
-    engine.execute(row.line);
-    EXPECT_STREQ(engine->prompt_text, row.prompt) << row.line;
+  Engine engine(language().get(), nullptr);
+  // Lines, the prompts after them, the numbers of the VLAN found then.
+  for_each_case("engine.json", "modes", [&](const json_t *row) {
+    engine.execute(text_at(row, 0));
+    EXPECT_STREQ(engine->prompt_text, text_at(row, 1));
     const json_t *id = cli_node_value(cli_node_find(&engine->root, "interface vlan id"));
-    EXPECT_EQ(json_integer_value(id), row.id) << row.line;
-  }
+    EXPECT_EQ(json_integer_value(id), json_integer_value(json_array_get(row, 2)));
+  });
 }
 
 TEST(EngineDeathTest, ConditionsAreStringsOrArrays) {
-  Engine engine(kLanguage);
+  Engine engine(language().get(), nullptr);
   EXPECT_DEATH(cli_check_parameter_condition(engine.get(), json("{'if': 1}").get()),
                "cli_engine/cli_engine:check_condition: assertion \"0\" failed: Condition type is not supported");
 }
@@ -145,7 +96,7 @@ TEST(Engine, PromptPartsAreCutToTheirFields) {
 }
 
 TEST(Engine, LanguagesAreExchangedWhileItRuns) {
-  Engine engine(kLanguage);
+  Engine engine(language().get(), nullptr);
   engine.execute("interface vlan 5");
   EXPECT_EQ(printed_by([&] { EXPECT_EQ(cli_load_commands(engine.get(), engine.types(), nullptr, nullptr), -1); }),
             "Cannot load command DM\n");

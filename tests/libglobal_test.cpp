@@ -1,63 +1,29 @@
 // Number conversion at its limits, and the byte-addressed array.
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <optional>
-#include <string_view>
 
+#include "engine_support.hpp"
 #include "libglobal/dyn_array.h"
 #include "libglobal/dyn_string.h"
 #include "libglobal/strnto.h"
 
 namespace {
 
-struct NumberCase {
-  std::string_view text;
-  int base;
-  std::optional<std::int32_t> as_signed;
-  std::optional<std::uint32_t> as_unsigned;
-};
-
-constexpr NumberCase kNumbers[] = {
-    {"0", 0, 0, 0},
-    {"-0", 0, 0, {}},
-    {"2147483647", 10, 2147483647, 2147483647U},
-    {"2147483648", 10, {}, 2147483648U},
-    {"-2147483648", 10, -2147483647 - 1, {}},
-    {"-2147483649", 10, {}, {}},
-    {"4294967295", 0, {}, 4294967295U},
-    {"4294967296", 0, {}, {}},
-    {"99999999999999999999999", 10, {}, {}},
-    {"0x1F", 0, 31, 31},
-    {"0X1f", 16, 31, 31},
-    {"-0x10", 0, -16, {}},
-    {"ff", 16, 255, 255},
-    {"ff", 10, {}, {}},
-    {"010", 0, 8, 8},
-    {"010", 10, 10, 10},
-    {"09", 0, {}, {}},
-    {"0x", 0, {}, {}},
-    {"0x", 16, {}, {}},
-    {"0x-1", 16, {}, {}},
-    {"--1", 10, {}, {}},
-    {"+1", 10, {}, {}},
-    {" 1", 10, {}, {}},
-    {"1 ", 10, {}, {}},
-    {"-", 10, {}, {}},
-    {"", 10, {}, {}},
-    {"1", 8, {}, {}},
-};
-
+// Texts of data/numbers.json with their bases, and the signed and unsigned numbers that they are.
 TEST(Strnto, ConvertsExactlyTheBytesGiven) {
-  for (const NumberCase &row : kNumbers) {
-    SCOPED_TRACE(row.text);
+  engine_support::for_each_case("numbers.json", "numbers", [&](const json_t *row) {
+    const std::string text = json_string_value(json_array_get(row, 0));
+    const auto at = [&](size_t n, json_int_t otherwise) {
+      const json_t *number = json_array_get(row, n);
+      return json_is_null(number) ? otherwise : json_integer_value(number);
+    };
+    const auto base = static_cast<int>(at(1, 0));
     std::int32_t number = 77;
     std::uint32_t magnitude = 77;
-    EXPECT_EQ(strntoi(row.text.data(), row.text.size(), row.base, &number), row.as_signed ? 0 : -1);
-    EXPECT_EQ(number, row.as_signed.value_or(77));
-    EXPECT_EQ(strntoul(row.text.data(), row.text.size(), row.base, &magnitude), row.as_unsigned ? 0 : -1);
-    EXPECT_EQ(magnitude, row.as_unsigned.value_or(77));
-  }
+    EXPECT_EQ(strntoi(text.data(), text.size(), base, &number), json_is_null(json_array_get(row, 2)) ? -1 : 0);
+    EXPECT_EQ(number, at(2, 77));
+    EXPECT_EQ(strntoul(text.data(), text.size(), base, &magnitude), json_is_null(json_array_get(row, 3)) ? -1 : 0);
+    EXPECT_EQ(magnitude, at(3, 77));
+  });
 }
 
 TEST(DynArray, MovesElementsAndRefusesBrokenOffsets) {

@@ -9,8 +9,8 @@
 
 #include "engine_support.hpp"
 
-using engine_support::cases;
 using engine_support::Engine;
+using engine_support::for_each_case;
 using engine_support::json;
 using engine_support::Json;
 using engine_support::printed_by;
@@ -32,16 +32,12 @@ const char *text_in(const json_t *object, const char *member) {
 }
 
 TEST(Loader, DumpsShowWordsInOrderAndEveryArgument) {
-  size_t i = 0;
-  json_t *row = nullptr;
-  const Json rows = cases("loader.json", "dumps");
-  json_array_foreach(rows.get(), i, row) {
+  for_each_case("loader.json", "dumps", [&](json_t *row) {
     Engine engine(json_object_get(row, "definitions"), nullptr);
     std::string lines;
     for (const std::string &line : texts_of(json_object_get(row, "dump"))) lines += line + "\n";
     EXPECT_EQ(printed_by([&] { cli_debug_dump(engine.get()); }), lines);
-  }
-  EXPECT_GT(i, 3U);
+  });
 }
 
 TEST(Loader, BuiltInExitIsExplainedByItsVariant) {
@@ -85,15 +81,11 @@ TEST(Loader, LongestKeyLoads) {
 }
 
 TEST(Loader, HelpTemplatesAreExpanded) {
-  size_t i = 0;
-  json_t *row = nullptr;
-  const Json rows = cases("loader.json", "helps");
-  json_array_foreach(rows.get(), i, row) {
+  for_each_case("loader.json", "helps", [&](json_t *row) {
     const Json document{json_pack("{s:{s:O}}", "a", "#help", json_object_get(row, "help"))};
     Engine engine(document.get(), nullptr);
     EXPECT_STREQ(cli_node_first_choice(&engine->root)->help, text_in(row, "text"));
-  }
-  EXPECT_GT(i, 7U);
+  });
 }
 
 // The report goes to standard output before an exit, to standard error before an abort.
@@ -105,15 +97,10 @@ void expect_end(const std::function<void()> &load, bool exits, const char *repor
 }
 
 TEST(LoaderDeathTest, EveryFaultIsReported) {
-  size_t i = 0;
-  json_t *row = nullptr;
-  const Json rows = cases("loader.json", "faults");
-  json_array_foreach(rows.get(), i, row) {
-    SCOPED_TRACE(text_of(row));
+  for_each_case("loader.json", "faults", [&](json_t *row) {
     const auto load = [&] { Engine(json_object_get(row, "definitions"), json_object_get(row, "privileges")); };
     expect_end(load, json_is_true(json_object_get(row, "exits")), text_in(row, "report"));
-  }
-  EXPECT_GT(i, 40U);
+  });
   expect_end([] { Engine("{'" + std::string(4096, 'k') + "': {}}"); }, false, "(with length 4096)");
   Engine engine("{}");
   const Json unchecked = json("{'a': {'#help': 'h'}, 'a b': {'#help': 'h', '#prompt': [{}]}}");

@@ -13,18 +13,6 @@ namespace {
 
 using Nodes = std::vector<const cli_node *>;
 
-extern "C" {  // what the documents name; no line is executed here
-CLI_API int fuzz_run(cli *, cli_node *) {
-  return 0;
-}
-CLI_API int fuzz_refuse(cli *, cli_node *) {
-  return 0;
-}
-CLI_API int fuzz_leave(cli *, cli_node *) {
-  return 0;
-}
-}
-
 Nodes arguments(const cli_node *node) {
   Nodes list;
   for (cli_node *arg = cli_node_first_arg(node); arg != nullptr; arg = cli_node_next_arg(arg)) list.push_back(arg);

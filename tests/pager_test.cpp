@@ -115,15 +115,6 @@ class Pager : public testing::Test {
     }
     return size;
   }
-  // The addresses of the lines and of their texts.
-  std::vector<const void *> memory() const {
-    std::vector<const void *> seen;
-    for (const pager_line_entry *entry = pager_.lines.first; entry != nullptr; entry = entry->next) {
-      seen.insert(seen.end(), {entry, dyn_string_text(entry->text)});
-    }
-    return seen;
-  }
-
   pager pager_ = {};
 
  private:
@@ -256,19 +247,6 @@ TEST_F(Pager, InterruptedReadsLoseNothing) {
   EXPECT_EQ(status, 0);
   EXPECT_EQ(dyn_string_len(pager_line(&pager_)), 0U) << "the last line is ended";
   EXPECT_EQ(show(), "1.\n2.\n3.\n4\n");
-}
-
-TEST_F(Pager, TheSameOutputAllocatesOnce) {
-  std::vector<const void *> before;
-  for (int cycle = 0; cycle < 3; ++cycle) {
-    feed_in_parts(100);
-    const std::vector<const void *> after = memory();
-    EXPECT_TRUE(cycle == 0 || after == before) << cycle;
-    before = after;
-    pager_clear(&pager_);
-  }
-  feed_lines({"short", "", "lines"});
-  EXPECT_EQ(show(), "short\n\nlines\n") << "nothing is left of the longer lines";
 }
 
 TEST_F(Pager, ManyLinesTakeLittleMoreThanTheirText) {

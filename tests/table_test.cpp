@@ -13,7 +13,7 @@
 
 namespace {
 
-using engine_support::cases;
+using engine_support::for_each_case;
 using engine_support::Json;
 using engine_support::json;
 using engine_support::text_of;
@@ -105,12 +105,8 @@ const content *cell_at(const table *t, int row, int col) {
 }
 
 TEST(TableModel, TextsBecomeLines) {
-  size_t number = 0;
-  const json_t *about = nullptr;
   const Table t = made("{'header': [''], 'rows': [[null, null]]}");
-  const Json rows = cases("tables.json", "texts");
-  json_array_foreach(rows.get(), number, about) {
-    SCOPED_TRACE(text_of(about));
+  for_each_case("tables.json", "texts", [&](const json_t *about) {
     const char *text = json_string_value(json_object_get(about, "text"));
     ASSERT_EQ(table_set_cell(t.get(), 0, 0, text, nullptr), 0);
     lines_of(t);
@@ -123,8 +119,7 @@ TEST(TableModel, TextsBecomeLines) {
     for (int i = 0; i < count; ++i) EXPECT_EQ(cell_get_line(cell, i), lines[static_cast<size_t>(i)]);
     EXPECT_EQ(cell_get_line(cell, -1), cell_get_line(cell, 0));
     EXPECT_EQ(cell_get_line(cell, count), nullptr);
-  }
-  EXPECT_GT(number, 0U);
+  });
   EXPECT_EQ(cell_get_line(nullptr, 0), nullptr);
 }
 
@@ -264,14 +259,7 @@ void check(const json_t *about) {
 }
 
 TEST(TableDrawing, OfEachCase) {
-  size_t number = 0;
-  const json_t *about = nullptr;
-  const Json rows = cases("tables.json", "drawings");
-  json_array_foreach(rows.get(), number, about) {
-    SCOPED_TRACE(text_of(about));
-    check(about);
-  }
-  EXPECT_GT(number, 50U);
+  for_each_case("tables.json", "drawings", [&](const json_t *about) { check(about); });
 }
 
 TEST(TableDrawing, LabelsAppearWithTheFirstText) {

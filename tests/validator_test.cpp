@@ -16,7 +16,7 @@
 
 namespace {
 
-using engine_support::cases;
+using engine_support::for_each_case;
 using engine_support::json;
 using engine_support::Json;
 using engine_support::text_of;
@@ -49,11 +49,7 @@ class Registry : public testing::Test {
 };
 
 TEST_F(Registry, ValidatorsTakeTheirFacets) {
-  size_t i = 0;
-  const json_t *row = nullptr;
-  const Json rows = cases("validators.json", "facets");
-  json_array_foreach(rows.get(), i, row) {
-    SCOPED_TRACE(text_of(row));
+  for_each_case("validators.json", "facets", [&](json_t *row) {
     const auto number = [&](const char *member) { return json_integer_value(json_object_get(row, member)); };
     const validator v = opened(json_object_get(row, "declaration"));
     const bool is_text = validator_get_basetype(&v) == BASETYPE_STRING;
@@ -63,24 +59,19 @@ TEST_F(Registry, ValidatorsTakeTheirFacets) {
     EXPECT_EQ(is_text ? v.max_length : v.max_inclusive, number("most"));
     EXPECT_EQ(is_text ? 0 : v.base, number("base"));
     EXPECT_EQ(is_text ? 0 : v.width, number("width"));
-  }
-  EXPECT_GT(i, 15U);
+  });
 }
 
 using RegistryDeathTest = Registry;
 
 // The first fault in the order of the checks is the one reported.
 TEST_F(RegistryDeathTest, ContradictoryFacetsAreReported) {
-  size_t i = 0;
-  const json_t *row = nullptr;
-  const Json rows = cases("validators.json", "faults");
-  json_array_foreach(rows.get(), i, row) {
+  for_each_case("validators.json", "faults", [&](json_t *row) {
     const std::string claim = json_string_value(json_object_get(row, "report"));
     EXPECT_EXIT(opened(json_object_get(row, "declaration")), testing::KilledBySignal(SIGABRT),
                 testing::StartsWith("cli_engine/validator:validator_open: assertion \"" + claim + "\" failed\n"))
         << text_of(row);
-  }
-  EXPECT_GT(i, 15U);
+  });
 }
 
 TEST_F(RegistryDeathTest, NullArgumentsAreReported) {
