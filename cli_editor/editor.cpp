@@ -64,8 +64,8 @@ std::string Editor::take_output() {
 std::string Editor::take_pending() {
   return machine_->take_pending();
 }
-bool Editor::holds_lines() const {
-  return machine_->holds_lines();
+size_t Editor::lines_held() const {
+  return machine_->lines_held();
 }
 bool Editor::is_reading() const {
   return machine_->is_reading();

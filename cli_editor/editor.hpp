@@ -120,7 +120,7 @@ class Editor {
   // ---- Out
   std::string take_output();   // draws what has changed
   std::string take_pending();  // what is due without drawing, behind step_aside()
-  bool holds_lines() const;    // lines of a paste wait
+  size_t lines_held() const;   // so many lines of a paste wait
   bool is_reading() const;
   const std::string &line() const;
   size_t cursor() const;

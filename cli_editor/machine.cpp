@@ -77,6 +77,12 @@ bool Machine::take_pasted() {
   return true;
 }
 
+size_t Machine::lines_held() const {
+  const std::string_view rest = std::string_view(pasted_).substr(pasted_taken_);
+  const auto ended = static_cast<size_t>(std::count(rest.begin(), rest.end(), '\n'));
+  return ended + (rest.empty() || rest.back() == '\n' ? 0 : 1);
+}
+
 void Machine::forget_input() {
   decoder_.forget();
   pasted_.clear();

@@ -59,7 +59,7 @@ class Machine {
   void forget_input();
   std::string take_output();
   std::string take_pending() { return std::exchange(out_, {}); }
-  bool holds_lines() const { return pasted_taken_ < pasted_.size(); }
+  size_t lines_held() const;
   bool is_reading() const { return reading_; }
   const Line &line() const { return line_; }
 

@@ -48,7 +48,10 @@ extern "C" {
 #endif
 
 /* Takes a piece of what the engine prints: bytes as they come, cut anywhere. 0, or -1: nobody takes output any more,
- * and the rest of the present command's output is dropped. It must not call the engine, except for cli_interrupt. */
+ * and the rest of the present command's output is dropped. It must not call the engine, except for cli_interrupt and
+ * cli_last_outcome: while a line runs, `node` is already what it selected, and `kind` is CLI_FAILED or CLI_LISTED when
+ * what is written tells that. The first piece of a command that is echoed is its echo, before its handler
+ * runs. It may take itself off by clearing `write`; what follows is then printed on standard output. */
 typedef int (*cli_write)(void *data, const char *text, size_t len);
 
 /* Appends to the array `result`, as strings, whole words that the value could be; `text` is what was typed of it. */

@@ -35,8 +35,8 @@ bool input_waits() {
 
 }  // namespace
 
-void Display::begin(PagerCommand pager) {
-  command_ = std::move(pager);
+void Display::begin() {
+  command_ = {};
   held_.clear();
   ended_ = false;
 }

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli_shell/display_text.hpp"
@@ -17,8 +18,10 @@ class Display {
   // `out` is borrowed. Writing is given up when `cancel` becomes readable.
   Display(int out, int cancel, DisplayPolicy policy) : out_(out), cancel_(cancel), text_(policy), policy_(policy) {}
 
-  // Begins an output, which goes to the pager program once more than a screenful of it has come without a pause.
-  void begin(PagerCommand pager);
+  void begin();
+
+  // From here on the output goes to the pager program once more than a screenful of it has come without a pause.
+  void page(PagerCommand pager) { command_ = std::move(pager); }
 
   // Takes a piece; false when no further one will be shown.
   bool feed(std::string_view piece);

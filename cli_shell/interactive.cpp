@@ -42,15 +42,15 @@ std::string without_blanks_at_end(const std::string &line) {
 // however the session ends, nothing is left to save.
 class TypedLines {
  public:
-  TypedLines(Shell &shell, LineEditor &editor) : shell_(shell), editor_(editor) {
+  explicit TypedLines(LineEditor &editor) : editor_(editor) {
     if (const std::optional<std::string> path = HistoryFile::default_path()) file_.emplace(*path);
     if (!file_) return;
     for (const std::string &line : file_->load()) editor_.remember(line);
   }
 
-  void keep(const std::string &typed) {
+  void keep(const std::string &typed, bool secret) {
     const std::string line = without_blanks_at_end(typed);
-    if (!is_worth_keeping(line) || shell_.is_secret(line)) return;
+    if (secret || !is_worth_keeping(line)) return;
     editor_.remember(line);
     if (!file_ || file_->append(line)) return;
     say_on_standard_error("the history is not kept: " + file_->path() + ": " + std::strerror(errno));
@@ -58,37 +58,27 @@ class TypedLines {
   }
 
  private:
-  Shell &shell_;
   LineEditor &editor_;
   std::optional<HistoryFile> file_;
 };
 
-bool is_command(Shell &shell, const std::string &line) {
-  cli *engine = shell.engine();
-  tokenizer_run(&engine->tokenizer, line.c_str(), -1);
-  parser_set_root(&engine->parser, engine->current);
-  const cli_node *selected = parser_run(&engine->parser, &engine->tokenizer, nullptr);
-  return selected != nullptr && selected->type == TYPE_COMMAND && selected->parent != nullptr;
-}
-
 // Whether Ctrl-D leaves the shell by itself: at the top level, where the language has no "exit" to do it, or to refuse.
 bool leaves_unasked(Shell &shell, const std::string &line) {
-  return line == kExit && shell.at_top() && !is_command(shell, line);
+  return line == kExit && shell.at_top() && !cli_is_command(cli_parse(shell.engine(), kExit, nullptr));
 }
 
 }  // namespace
 
 int run_interactive(Shell &shell) {
   LineEditor editor(hooks_of(shell), stdin, stdout);
-  TypedLines typed(shell, editor);
+  TypedLines typed(editor);
   bool left = false;
   while (!left && !shell.leave_requested()) {
     const Input input = editor.read();
     switch (input.kind) {
       case Input::Kind::kLine:
         if (without_blanks_at_end(input.line).empty()) break;
-        typed.keep(input.line);
-        shell.execute_typed(input.line, editor.has_pasted());
+        shell.execute_typed(input.line, editor.has_pasted(), [&](bool secret) { typed.keep(input.line, secret); });
         break;
       case Input::Kind::kKeyedLine:
         left = leaves_unasked(shell, input.line);
@@ -100,7 +90,7 @@ int run_interactive(Shell &shell) {
       case Input::Kind::kSignal:
         return kExitSignalled + input.signal;
     }
-    if (Output::interrupted()) editor.forget_pasted();
+    if (Output::interrupted()) shell.say_dropped(editor.forget_pasted());
   }
   return shell.output_lost() ? 1 : 0;
 }

@@ -292,9 +292,11 @@ std::optional<std::string> LineEditor::answer_to(const std::string &question, bo
   return answer;
 }
 
-void LineEditor::forget_pasted() {
+size_t LineEditor::forget_pasted() {
+  const size_t lines = editor_.lines_held();
   editor_.forget_input();
   end_due_ = false;
+  return lines;
 }
 
 }  // namespace cli_shell

@@ -48,10 +48,10 @@ class LineEditor {
   std::optional<std::string> ask(const std::string &question, bool echo);
 
   // Whether lines of a paste wait.
-  bool has_pasted() const { return editor_.holds_lines(); }
+  bool has_pasted() const { return editor_.lines_held() > 0; }
 
-  // Drops the lines of a paste that have not been read yet: the user broke off the one that ran.
-  void forget_pasted();
+  // Drops the lines of a paste that have not been read yet: the user broke off the one that ran. How many they were.
+  size_t forget_pasted();
 
   // Makes a line available to the keys that recall earlier ones.
   void remember(const std::string &line) { editor_.remember(line); }

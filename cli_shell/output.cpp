@@ -32,6 +32,7 @@ const Event &interrupt_event() {
 struct Running {
   Printer *printer = nullptr;
   int standard_output = -1;
+  int standard_error = -1;
 };
 Running running;
 
@@ -53,6 +54,7 @@ void finish_output_at_exit() {
   if (std::fflush(stdout) != 0 && !running.printer) say_output_lost(errno);
   if (!running.printer) return;
   dup2(running.standard_output, STDOUT_FILENO);
+  if (running.standard_error >= 0) dup2(running.standard_error, STDERR_FILENO);
   running.printer->finish(interrupt_event(), false);
   running = {};
 }
@@ -113,8 +115,8 @@ DisplayPolicy policy_for(ColourChoice choice) {
 }
 
 // Nothing but a full kernel refuses this, and not for long. A body must not print past the display.
-void send_standard_output_to(int fd) {
-  for (int attempt = 0; dup2(fd, STDOUT_FILENO) < 0; ++attempt) {
+void send_to(int fd, int standard) {
+  for (int attempt = 0; dup2(fd, standard) < 0; ++attempt) {
     if (attempt < 1000) continue;
     say_output_lost(errno);
     std::_Exit(EXIT_FAILURE);
@@ -124,6 +126,10 @@ void send_standard_output_to(int fd) {
 FileDescriptor opened(int fd) {
   if (fd < 0) throw UserError(std::string("cannot prepare the output: ") + std::strerror(errno));
   return FileDescriptor(fd);
+}
+
+FileDescriptor duplicate(int fd) {
+  return opened(fcntl(fd, F_DUPFD_CLOEXEC, 3));
 }
 
 }  // namespace
@@ -136,9 +142,10 @@ void say_output_lost(int error) {
 Output::Output(ColourChoice choice, bool interactive)
     : policy_(policy_for(choice)),
       interactive_(interactive),
-      standard_output_(opened(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3))),
+      standard_output_(duplicate(STDOUT_FILENO)),
+      standard_error_(isatty(STDERR_FILENO) == 1 ? duplicate(STDERR_FILENO) : FileDescriptor()),
       nowhere_(opened(open("/dev/null", O_WRONLY | O_CLOEXEC))),
-      printer_(standard_output_.get(), policy_) {
+      printer_(standard_output_.get(), policy_, standard_error_.get()) {
   interrupt_event();
   // What a handler prints bit by bit reaches a user bit by bit, though descriptor 1 is a pipe by then.
   if (policy_.terminal) std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
@@ -155,36 +162,39 @@ void Output::run(const std::function<void()> &body, Route route) {
   const InterruptGuard guard(interactive_);
   if (lost_) return run_unheard(body);  // that was said; what still has to run does so
   std::fflush(stdout);
-  const bool filtered = !route.filters.empty();
-  if (policy_.raw && !filtered) {
+  if (policy_.raw && route.filters.empty() && !standard_error_) {
     body();
     return note_loss();
   }
-  Printer::Job job{.filters = std::move(route.filters), .unfiltered = route.unfiltered, .pager = {}};
+  Printer::Job job{.filters = std::move(route.filters), .pager = {}};
   if (route.paged && policy_.terminal) job.pager = pager_command(standard_output_.get(), route.length);
-  if (printer_.begin(std::move(job))) return run_into(printer_, body);
-
-  failed_ = true;
-  say_on_standard_error(std::string("there is no pipe for the output, ") +
-                        (filtered ? "so the line is not run: " : "which is not shown: ") + std::strerror(errno));
-  if (!filtered) run_unheard(body);
+  routed_ = !job.filters.empty() || !job.pager.program.empty();
+  run_into_printer(body, std::move(job));
 }
 
-void Output::run_into(Printer &printer, const std::function<void()> &body) {
-  running = {&printer, standard_output_.get()};
-  send_standard_output_to(printer.input());
+void Output::run_into_printer(const std::function<void()> &body, Printer::Job job) {
+  running = {&printer_, standard_output_.get(), standard_error_.get()};
+  if (standard_error_) send_to(printer_.error_input(), STDERR_FILENO);
+  send_to(printer_.input(), STDOUT_FILENO);
+  printer_.begin(std::move(job));
   body();
   drop_unwritten();
-  send_standard_output_to(standard_output_.get());
-  take(printer.finish(interrupt_event(), interrupt_seen != 0));
+  send_to(standard_output_.get(), STDOUT_FILENO);
+  if (standard_error_) send_to(standard_error_.get(), STDERR_FILENO);
+  take(printer_.finish(interrupt_event(), interrupt_seen != 0));
   running = {};
+  routed_ = false;
+}
+
+void Output::begin_command(size_t echo) {
+  if (routed_) printer_.begin_command(echo);
 }
 
 void Output::run_unheard(const std::function<void()> &body) {
-  send_standard_output_to(nowhere_.get());
+  send_to(nowhere_.get(), STDOUT_FILENO);
   body();
   drop_unwritten();
-  send_standard_output_to(standard_output_.get());
+  send_to(standard_output_.get(), STDOUT_FILENO);
 }
 
 void Output::take(const Printer::Result &result) {

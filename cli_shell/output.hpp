@@ -2,7 +2,8 @@
 //
 // The library and the handlers print to standard output. While they run, descriptor 1 is a pipe to a thread of this
 // process (printer.hpp), so that nothing is held back and nothing can block; programs that a handler starts print into
-// the same pipe. When nothing needs changing (no filter, colours on, no terminal) it stays what it is.
+// the same pipe. When nothing needs changing (no filter, colours on, no terminal) it stays what it is. Standard error
+// goes the same way when it is a terminal: what handlers and their programs say there is made harmless, too.
 #ifndef CLI_SHELL_OUTPUT_HPP
 #define CLI_SHELL_OUTPUT_HPP
 
@@ -23,9 +24,8 @@ class Output {
   // How the output of one body is treated.
   struct Route {
     std::vector<std::unique_ptr<LineFilter>> filters = {};
-    size_t unfiltered = 0;  // bytes at the beginning that pass by the filters
-    bool paged = false;     // may go to the pager program when long
-    int length = -1;        // the screen's, in rows; -1 for that of the terminal, 0 for no paging
+    bool paged = false;  // may go to the pager program when long
+    int length = -1;     // the screen's, in rows; -1 for that of the terminal, 0 for no paging
   };
 
   // `interactive`: SIGINT ends the output of a body, not the process. Throws UserError when there is no pipe or thread.
@@ -34,11 +34,12 @@ class Output {
   Output(const Output &) = delete;
   Output &operator=(const Output &) = delete;
 
-  // Runs the body with its standard output routed; returns when all of it has been written. Bodies do not nest. When
-  // there is no pipe, that is said first: then a body whose output is to be filtered is not run, and any other one runs
-  // with what it prints dropped.
+  // Runs the body with its output routed; returns when all of it has been written. Bodies do not nest.
   void run(const std::function<void()> &body, Route route);
   void run(const std::function<void()> &body) { run(body, Route()); }
+
+  // In a body: what is printed behind the next `echo` bytes is a command's output. Only that is filtered and paged.
+  void begin_command(size_t echo);
 
   // For a body that goes on for long: whether it may stop, since nobody reads any more.
   static bool interrupted();
@@ -54,15 +55,17 @@ class Output {
 
  private:
   void run_unheard(const std::function<void()> &body);
-  void run_into(Printer &printer, const std::function<void()> &body);
+  void run_into_printer(const std::function<void()> &body, Printer::Job job);
   void take(const Printer::Result &result);
   void note_loss();
 
   DisplayPolicy policy_;
   bool interactive_;
   FileDescriptor standard_output_;
+  FileDescriptor standard_error_;  // when it is a terminal
   FileDescriptor nowhere_;
   Printer printer_;
+  bool routed_ = false;  // there is a difference between a command's output and what else is printed
   bool lost_ = false;
   bool failed_ = false;
 };

@@ -68,7 +68,7 @@ void Event::clear() const {
 
 class Printer::Stages {
  public:
-  Stages(Job &job, Display &display) : unfiltered_(job.unfiltered), display_(display) {
+  Stages(Job &job, const std::atomic<size_t> &echo, Display &display) : job_(job), echo_(echo), display_(display) {
     LineSink *next = &shown_;
     for (auto filter = job.filters.rbegin(); filter != job.filters.rend(); ++filter) {
       stages_.push_back(std::make_unique<Stage>(**filter, *next, wanted_));
@@ -79,10 +79,11 @@ class Printer::Stages {
 
   // False when no further piece can make a difference.
   bool feed(std::string_view piece) {
+    note_command();
     if (stages_.empty()) return display_.feed(piece);
-    const std::string_view head = piece.substr(0, unfiltered_);
+    const std::string_view head = piece.substr(0, is_command_ ? echo_left_ : piece.size());
     shown_.text.append(head);
-    unfiltered_ -= head.size();
+    if (is_command_) echo_left_ -= head.size();
     piece.remove_prefix(head.size());
     for (size_t end; wanted_ && (end = piece.find('\n')) != std::string_view::npos; piece.remove_prefix(end + 1))
       take_line(piece.substr(0, end), true);
@@ -93,10 +94,11 @@ class Printer::Stages {
 
   // The output has ended: the filters end theirs. The message when one of them failed.
   std::string finish() {
+    note_command();
     if (!line_.empty() && wanted_) take_line({}, false);
     std::string failure;
     // Where nothing but messages came, the command was refused, and its filters have nothing to do.
-    if (!(messages_ && !lines_)) {
+    if (is_command_ && !(messages_ && !lines_)) {
       for (auto stage = stages_.rbegin(); stage != stages_.rend(); ++stage)
         if (std::string said = (*stage)->end(); failure.empty()) failure = std::move(said);
     }
@@ -144,7 +146,19 @@ class Printer::Stages {
     return going_on;
   }
 
-  size_t unfiltered_;
+  // Nothing is shown of a command before it was told to begin.
+  void note_command() {
+    const size_t echo = is_command_ ? kNoCommand : echo_.load(std::memory_order_acquire);
+    if (echo == kNoCommand) return;
+    is_command_ = true;
+    echo_left_ = echo;
+    display_.page(std::move(job_.pager));
+  }
+
+  Job &job_;
+  const std::atomic<size_t> &echo_;
+  bool is_command_ = false;
+  size_t echo_left_ = 0;  // bytes of it that have not come yet
   Display &display_;
   std::vector<std::unique_ptr<Stage>> stages_;  // the last one first
   Shown shown_;
@@ -157,8 +171,10 @@ class Printer::Stages {
 
 // ---- The thread
 
-Printer::Printer(int out, DisplayPolicy policy) : display_(out, cancel_.descriptor(), policy) {
-  if (!make_pipe()) refuse(errno);
+Printer::Printer(int out, DisplayPolicy policy, int errors)
+    : display_(out, cancel_.descriptor(), policy),
+      error_display_(errors, cancel_.descriptor(), {.colours = false, .terminal = true}) {
+  if (!output_.open() || (errors >= 0 && !errors_.open())) refuse(errno);
   const SignalsBlocked blocked;
   try {
     thread_ = std::thread([this] { serve(); });
@@ -173,24 +189,24 @@ Printer::~Printer() {
   thread_.join();
 }
 
-bool Printer::make_pipe() {
-  write_end_.reset();
+// The pipe that was there stays when no other can be had.
+bool Printer::Pipe::open() {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return false;
-  read_end_ = FileDescriptor(ends[0]);
-  write_end_ = FileDescriptor(ends[1]);
-  return fcntl(read_end_.get(), F_SETFL, O_NONBLOCK) == 0;
+  FileDescriptor fresh(ends[0]);
+  write_end = FileDescriptor(ends[1]);
+  read_end = std::move(fresh);
+  return fcntl(read_end.get(), F_SETFL, O_NONBLOCK) == 0;
 }
 
-bool Printer::begin(Job job) {
-  if (!read_end_ && !make_pipe()) return false;
+void Printer::begin(Job job) {
   end_.clear();
   cancel_.clear();
   done_.clear();
+  echo_ = kNoCommand;
   job_ = std::move(job);
   result_ = {};
   begun_.release();
-  return true;
 }
 
 Printer::Result Printer::finish(const Event &interrupt, bool cut) {
@@ -227,9 +243,9 @@ void Printer::serve() {
     try {
       work();
     } catch (const std::exception &) {  // there is no memory
-      read_end_.reset();
       display_.finish(true);
       result_.error = ENOMEM;
+      if (!output_.open()) discard_rest();
     }
     job_ = {};
     done_.raise();
@@ -237,29 +253,57 @@ void Printer::serve() {
 }
 
 void Printer::work() {
-  display_.begin(std::move(job_.pager));
-  Stages stages(job_, display_);
-  pollfd events[] = {{.fd = read_end_.get(), .events = POLLIN, .revents = 0},
+  display_.begin();
+  error_display_.begin();
+  Stages stages(job_, echo_, display_);
+  pollfd events[] = {{.fd = output_.read_end.get(), .events = POLLIN, .revents = 0},
+                     {.fd = errors_.read_end.get(), .events = POLLIN, .revents = 0},
                      {.fd = cancel_.descriptor(), .events = POLLIN, .revents = 0},
                      {.fd = end_.descriptor(), .events = POLLIN, .revents = 0}};
+  const auto is_ready = [&events](size_t event) { return events[event].revents != 0; };
   bool going_on = true;
   while (going_on) {
-    const int ready = poll(events, 3, display_.holds() ? kPauseMilliseconds : -1);
+    const int ready = poll(events, 4, display_.holds() ? kPauseMilliseconds : -1);
     if (ready == 0) display_.pause();
     if (ready <= 0) continue;
-    if (events[1].revents != 0 || events[0].revents == 0) break;  // not wanted, or all of it is read
-    going_on = take_block(stages);
+    if (is_ready(1)) take_errors();
+    if (is_ready(2) || !(is_ready(0) || is_ready(1))) break;  // not wanted, or all of it is read
+    if (is_ready(0)) going_on = take_block(stages);
   }
   const bool cancelled = is_raised(cancel_, 0);
-  if (!going_on || cancelled) read_end_.reset();  // who still writes need not
+  // Who still writes need not, and learns it.
+  const bool writes_on = (!going_on || cancelled) && !output_.open();
   if (!cancelled) result_.failure = stages.finish();
   display_.finish(cancelled);
   if (display_.error() != 0) result_.error = display_.error();
+  if (writes_on) discard_rest();
+  take_errors();
+  error_display_.finish(cancelled);
+}
+
+// Where there is no other pipe for the next output, this one is read until the end.
+void Printer::discard_rest() {
+  pollfd events[] = {{.fd = output_.read_end.get(), .events = POLLIN, .revents = 0},
+                     {.fd = end_.descriptor(), .events = POLLIN, .revents = 0}};
+  char block[4096];
+  for (;;) {
+    if (poll(events, 2, -1) <= 0) continue;
+    if (events[0].revents == 0) return;
+    while (read(output_.read_end.get(), block, sizeof block) > 0) {
+    }
+  }
+}
+
+void Printer::take_errors() {
+  char block[4096];
+  ssize_t count;
+  while (errors_.read_end && (count = read(errors_.read_end.get(), block, sizeof block)) > 0)
+    error_display_.feed({block, static_cast<size_t>(count)});
 }
 
 bool Printer::take_block(Stages &stages) {
   char block[65536];
-  const ssize_t count = read(read_end_.get(), block, sizeof block);
+  const ssize_t count = read(output_.read_end.get(), block, sizeof block);
   if (count < 0 && errno != EINTR && errno != EAGAIN) {
     result_.error = errno;
     return false;

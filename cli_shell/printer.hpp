@@ -3,6 +3,7 @@
 #ifndef CLI_SHELL_PRINTER_HPP
 #define CLI_SHELL_PRINTER_HPP
 
+#include <atomic>
 #include <memory>
 #include <semaphore>
 #include <string>
@@ -33,7 +34,6 @@ class Printer {
   // How one output is treated.
   struct Job {
     std::vector<std::unique_ptr<LineFilter>> filters = {};
-    size_t unfiltered = 0;  // bytes at the beginning that pass by the filters
     PagerCommand pager = {};
   };
   struct Result {
@@ -41,17 +41,23 @@ class Printer {
     std::string failure = {};  // of a filter, in words
   };
 
-  // `out` is borrowed. Throws UserError when the pipe or the thread cannot be had.
-  Printer(int out, DisplayPolicy policy);
+  // `out` and `errors`, where standard error is shown, are borrowed; a negative `errors`: it is not the printer's.
+  // Throws UserError when the pipes or the thread cannot be had.
+  Printer(int out, DisplayPolicy policy, int errors);
   ~Printer();
   Printer(const Printer &) = delete;
   Printer &operator=(const Printer &) = delete;
 
-  // Begins an output; false with errno set, and nothing begun, when there is no pipe for it.
-  [[nodiscard]] bool begin(Job job);
+  // Begins an output.
+  void begin(Job job);
 
   // Where the output is to be written, until `finish`.
-  int input() const { return write_end_.get(); }
+  int input() const { return output_.write_end.get(); }
+  int error_input() const { return errors_.write_end.get(); }
+
+  // Says, before they are written, that `echo` more bytes come before the first of a command's output: the job is for
+  // that one, what comes before it is shown as it is.
+  void begin_command(size_t echo) { echo_.store(echo, std::memory_order_release); }
 
   // What was written has been shown when this returns. Each time that `interrupt` is raised meanwhile, waiting is given
   // up by a further step: the output is cut, the pager program is asked to leave, is killed. `cut`: the first step was
@@ -64,13 +70,22 @@ class Printer {
  private:
   class Stages;
 
-  bool make_pipe();
+  struct Pipe {
+    [[nodiscard]] bool open();
+    FileDescriptor read_end;
+    FileDescriptor write_end;
+  };
+  static constexpr size_t kNoCommand = static_cast<size_t>(-1);
+
   void serve();
   void work();
   bool take_block(Stages &stages);
+  void take_errors();
+  void discard_rest();
 
-  FileDescriptor read_end_;
-  FileDescriptor write_end_;
+  Pipe output_;
+  Pipe errors_;
+  std::atomic<size_t> echo_ = kNoCommand;
   Event end_;     // all has been written
   Event cancel_;  // what is left is not wanted
   Event done_;
@@ -79,6 +94,7 @@ class Printer {
   Job job_;
   Result result_;
   Display display_;
+  Display error_display_;
   std::thread thread_;
 };
 

@@ -4,37 +4,26 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
+#include <tuple>
 
 #include "cli_shell/words.hpp"
 
 namespace cli_shell {
 namespace {
 
-// What the engine prints goes into a string while this lives.
-class Capture {
+// What the engine prints goes nowhere while this lives.
+class Silence {
  public:
-  explicit Capture(cli *engine) : engine_(engine), write_(engine->write), data_(engine->write_data) {
-    engine->write = [](void *text, const char *piece, size_t size) {
-      static_cast<std::string *>(text)->append(piece, size);
-      return 0;
-    };
-    engine->write_data = &text_;
+  explicit Silence(cli *engine) : engine_(engine), write_(engine->write) {
+    engine->write = [](void *, const char *, size_t) { return 0; };
   }
-  ~Capture() {
-    engine_->write = write_;
-    engine_->write_data = data_;
-  }
-  Capture(const Capture &) = delete;
-  Capture &operator=(const Capture &) = delete;
-
-  std::string take() { return std::move(text_); }
+  ~Silence() { engine_->write = write_; }
+  Silence(const Silence &) = delete;
+  Silence &operator=(const Silence &) = delete;
 
  private:
   cli *engine_;
   cli_write write_;
-  void *data_;
-  std::string text_;
 };
 
 // Between the marks that a report sets around words: blanks, quotes, colour sequences, line ends.
@@ -113,39 +102,40 @@ bool Secrets::are_mentioned(cli *engine, bool failed) const {
   return false;
 }
 
-void hide(const std::vector<token *> &words) {
+WordsHidden::WordsHidden(const std::vector<token *> &words) : words_(words) {
   static char hidden[kHidden.size() + 1];
   kHidden.copy(hidden, kHidden.size());
   for (token *word : words) {
-    explicit_bzero(word->text, word->len);
+    typed_.emplace_back(word->text, word->len);
     word->text = hidden;
     word->len = kHidden.size();
   }
 }
 
-std::string print_hidden(cli *engine, const std::vector<token *> &words, size_t lines,
-                         const std::function<void()> &body) {
-  std::vector<std::string> hidden;
-  std::ptrdiff_t shift = 0;
+WordsHidden::~WordsHidden() {
+  for (size_t i = 0; i < words_.size(); ++i) std::tie(words_[i]->text, words_[i]->len) = typed_[i];
+}
+
+HiddenWords::HiddenWords(const std::vector<token *> &words) {
   for (const token *word : words) {
     if (word->len == 0) continue;
-    hidden.emplace_back(word->text, word->len);
-    if (word->node && word->node->used) shift += static_cast<std::ptrdiff_t>(kHidden.size()) - word->len;
+    words_.emplace_back(word->text, word->len);
+    if (word->node && word->node->used) shift_ += static_cast<std::ptrdiff_t>(kHidden.size()) - word->len;
   }
-  Capture capture(engine);
-  body();
-  std::string text = capture.take();
+}
+
+std::string HiddenWords::hidden_in(const std::string &text, size_t lines) const {
   const size_t end = end_of_lines(text, lines);
   std::string head = text.substr(0, end);
-  for (const std::string &word : hidden) replace_words(head, word);
-  shift_caret(head, shift);
+  for (const std::string &word : words_) replace_words(head, word);
+  shift_caret(head, shift_);
   return head + text.substr(end);
 }
 
 void forget_line(cli *engine) {
   if (engine->tokenizer.buffer) explicit_bzero(engine->tokenizer.buffer, engine->tokenizer.capacity);
   // What the engine made of the line goes with the next one, and what it printed lies under the list of all commands.
-  Capture nowhere(engine);
+  const Silence silence(engine);
   cli_help(engine, "");
 }
 

@@ -2,9 +2,10 @@
 #ifndef CLI_SHELL_SECRETS_HPP
 #define CLI_SHELL_SECRETS_HPP
 
-#include <functional>
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
@@ -36,13 +37,32 @@ class Secrets {
 // What stands for a secret word.
 inline constexpr std::string_view kHidden = "***";
 
-// Makes the words of the present line read so, until the next line is parsed.
-void hide(const std::vector<token *> &words);
+// Makes words of the present line read so while it lives. The words are borrowed.
+class WordsHidden {
+ public:
+  explicit WordsHidden(const std::vector<token *> &words);
+  ~WordsHidden();
+  WordsHidden(const WordsHidden &) = delete;
+  WordsHidden &operator=(const WordsHidden &) = delete;
 
-// What a body makes the engine print of the present line, whose secret words are given, with these hidden in the first
-// `lines` lines of it. For an engine that runs no handler meanwhile.
-std::string print_hidden(cli *engine, const std::vector<token *> &words, size_t lines,
-                         const std::function<void()> &body);
+ private:
+  const std::vector<token *> &words_;
+  std::vector<std::pair<decltype(token::text), decltype(token::len)>> typed_;
+};
+
+// Secret words as they were typed, to be hidden in what the engine writes about the line.
+class HiddenWords {
+ public:
+  HiddenWords() = default;
+  explicit HiddenWords(const std::vector<token *> &words);
+
+  // A report of an error, or a help listing, with the words hidden in the first `lines` lines of it.
+  std::string hidden_in(const std::string &text, size_t lines) const;
+
+ private:
+  std::vector<std::string> words_;
+  std::ptrdiff_t shift_ = 0;  // of the caret below the line
+};
 
 // Takes the present line out of the engine's memory.
 void forget_line(cli *engine);

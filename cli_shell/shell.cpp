@@ -36,10 +36,6 @@ bool is_comment(const std::string &line) {
   return first != std::string::npos && (line[first] == '!' || line[first] == '#');
 }
 
-bool is_blank_line(const std::string &line) {
-  return std::all_of(line.begin(), line.end(), is_blank);
-}
-
 // Lines that wait at the terminal, which somebody pasted or typed ahead.
 bool input_waits() {
   pollfd input = {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
@@ -50,11 +46,6 @@ bool is_session(const Options &options) {
   return options.actions.empty() && !options.dump && isatty(STDIN_FILENO) == 1;
 }
 
-struct StringRelease {
-  void operator()(DynString *text) const { dyn_string_free(text); }
-};
-using StringRef = std::unique_ptr<DynString, StringRelease>;
-
 }  // namespace
 
 Shell::Shell(const Options &options, const Documents &documents, std::vector<HandlersLibrary> libraries)
@@ -63,6 +54,7 @@ Shell::Shell(const Options &options, const Documents &documents, std::vector<Han
       handlers_(documents.definitions.get(), libraries_),
       completer_(&record_.engine, libraries_),
       output_(options.colour, is_session(options)),
+      watch_(&record_.engine, secrets_, output_),
       strict_(options.strict),
       plain_(options.plain),
       restricted_(options.restricted),
@@ -116,96 +108,74 @@ Shell &Shell::of(cli *engine) {
 
 // ---- Lines
 
-cli_node *Shell::parse(const std::string &line) {
-  cli *const engine = &record_.engine;
-  tokenizer_run(&engine->tokenizer, line.c_str(), -1);
-  parser_set_root(&engine->parser, engine->current);
-  return parser_run(&engine->parser, &engine->tokenizer, nullptr);
-}
-
-// What is printed of a command's line before its output. The line was parsed last, and is to be parsed again.
-std::string Shell::echo() {
-  hide(secrets_.words(&record_.engine, false));
-  const StringRef text(dyn_string_new());
-  cli_print_command(tokenizer_first(&record_.engine.tokenizer), text.get(), 1, nullptr);
-  return std::string(dyn_string_text(text.get()), dyn_string_len(text.get())) + '\n';
-}
-
-// Whether the engine will run a handler for the line; then the size of the echo that is printed first.
-bool Shell::selects_command(const std::string &command, size_t &echo_size) {
-  if (!cli_is_command(parse(command))) return false;
-  echo_size = echo().size();
-  return true;
-}
-
-// Executes a line that was parsed last and has secret words: none of them is printed, and they are forgotten.
-void Shell::execute_hidden(const std::string &line, const cli_node *selected, const std::vector<token *> &words) {
-  cli *const engine = &record_.engine;
-  if (!selected) {
-    constexpr size_t kErrorReport = 3;  // lines of it
-    const std::string report = print_hidden(engine, words, kErrorReport, [&] { cli_execute(engine, line.c_str()); });
-    std::fwrite(report.data(), 1, report.size(), stdout);
-    return;
-  }
-  if (cli_is_command(selected)) std::fputs(echo().c_str(), stdout);
-  engine->flags |= CLI_NO_ECHO;
-  cli_execute(engine, line.c_str());
-  engine->flags &= ~static_cast<uint32_t>(CLI_NO_ECHO);
-}
-
-// Runs the line and finds out what became of it.
-bool Shell::run(const std::string &line) {
+// Runs the line, alone or as the next one of a text; whether it did what it was meant to do.
+bool Shell::run(const std::string &line, cli_replay_lines *text, const LineWatch::Matched &matched) {
   cli *const engine = &record_.engine;
   const int level = parser_get_privilege(&engine->parser);
-  const std::string told = audited_ ? masked(line) : "";
-  cli_node *const selected = parse(line);
-  const bool is_mode = selected && selected->type == TYPE_SUBCONFIG && selected->parent;
-  const std::vector<token *> words = is_comment(line) ? std::vector<token *>() : secrets_.words(engine, !selected);
-  if (words.empty())
-    cli_execute(engine, line.c_str());
+  std::string told;
+  watch_.begin_line([&](bool secret) {
+    if (audited_) told = watch_.masked();
+    if (matched) matched(secret);
+  });
+  cli_outcome outcome;
+  if (text)
+    cli_replay_line(text, line.c_str(), &outcome);
   else
-    execute_hidden(line, selected, words);
-  const bool failed = !selected || engine->parser.error->errcode != E_OK || selected->type == TYPE_WORD;
-  const bool refused = is_mode && engine->current != selected;
+    cli_run(engine, line.c_str(), 0, &outcome);
+  if (outcome.kind == CLI_PENDING) {  // there is nobody else who could end it
+    cli_finish(engine, outcome.result);
+    outcome = *cli_last_outcome(engine);
+  }
+  watch_.end(outcome.kind != CLI_SKIPPED && outcome.kind != CLI_BUSY);
+  if (outcome.kind == CLI_SKIPPED) return note_skipped(line, outcome, matched);
+  const bool failed = outcome.kind != CLI_RAN && outcome.kind != CLI_ENTERED && outcome.kind != CLI_REFUSED;
+  const bool refused = outcome.kind == CLI_REFUSED || outcome.result != 0;
   if (audited_) audit(told, level, failed ? "failed" : refused ? "refused" : "run");
-  if (!words.empty()) forget_line(engine);
   return !failed && !refused;
 }
 
-bool Shell::execute(const std::string &line) {
-  if (is_comment(line)) return true;
-  if (is_own(line)) {
-    print([&] { run_control(&record_.engine, line); });
+// A comment, an "exit" that leaves nothing, or a line that belongs to one that failed, which is told.
+bool Shell::note_skipped(const std::string &line, const cli_outcome &outcome, const LineWatch::Matched &matched) {
+  const bool left_out = outcome.errcode != E_OK || outcome.node;
+  if (left_out) {
+    watch_.look_at(line, matched);
+    std::printf("%% Left out with the line that it belongs to: %s\n", watch_.masked().c_str());
+    watch_.end(false);
+  } else if (matched) {
+    matched(false);
+  }
+  return !left_out;
+}
+
+bool Shell::execute(const std::string &line, const LineWatch::Matched &matched) {
+  if (is_comment(line) || is_own(line)) {
+    if (matched) matched(false);
+    if (is_own(line)) print([&] { run_control(&record_.engine, line); });
     return true;
   }
   FilteredLine parts = split_filters(line);
-  if (!parts.error.empty()) return refuse(parts.error);
-  if (parts.saves && restricted_) return refuse("'save' is not for this shell");
-
-  Output::Route route;
-  if (selects_command(parts.command, route.unfiltered)) {
-    for (const auto &filter : parts.filters)
-      if (const std::string error = filter->open(); !error.empty()) return refuse(error);
-    route.filters = std::move(parts.filters);
-    route.paged = !paste_ && !restricted_;
-    route.length = record_.engine.pager.window[0];
+  std::string wrong = std::move(parts.error);
+  if (wrong.empty() && parts.saves && restricted_) wrong = "'save' is not for this shell";
+  if (!wrong.empty()) return refuse(parts.command, wrong, matched);
+  for (const auto &filter : parts.filters)
+    if (wrong.empty()) wrong = filter->open();
+  if (!wrong.empty()) {
+    if (cli_is_command(cli_parse(&record_.engine, parts.command.c_str(), nullptr)))
+      return refuse(parts.command, wrong, matched);
+    parts.filters.clear();  // what the line lacks is told first
   }
+
+  Output::Route route{
+      .filters = std::move(parts.filters), .paged = !paste_ && !restricted_, .length = record_.engine.pager.window[0]};
   bool done = false;  // stays so when the line could not be run
-  output_.run(
-      [&] {
-        if (paste_)
-          done = run_in_block(parts.command, paste_->block);
-        else
-          done = run(parts.command);
-      },
-      std::move(route));
+  output_.run([&] { done = run(parts.command, paste_ ? paste_->text.get() : nullptr, matched); }, std::move(route));
   return done;
 }
 
-void Shell::execute_typed(const std::string &line, bool more) {
+void Shell::execute_typed(const std::string &line, bool more, const LineWatch::Matched &matched) {
   more = more || input_waits();
-  if (more && !paste_) paste_.emplace(Paste{.block = Block(&record_.engine), .tally = {}});
-  const bool done = execute(line);
+  if (more && !paste_) paste_.emplace(Paste{.text = ReplayRef(cli_replay_begin(&record_.engine, 0)), .tally = {}});
+  const bool done = execute(line, matched);
   if (!paste_) return;
   paste_->tally.count(!done);
   if (more && !Output::interrupted()) return;
@@ -214,19 +184,8 @@ void Shell::execute_typed(const std::string &line, bool more) {
   if (!report.empty()) print([&] { std::printf("%% %s\n", report.c_str()); });
 }
 
-bool Shell::ends_session(const cli_node *selected) const {
-  return selected && selected->type == TYPE_COMMAND && selected->name && std::strcmp(selected->name, "exit") == 0;
-}
-
-bool Shell::run_in_block(const std::string &line, Block &block) {
-  if (!block.wants(line)) {
-    std::printf("%% Left out with the line that it belongs to: %s\n", masked(line).c_str());
-    return false;
-  }
-  const bool ends = block.is_at_base() && ends_session(parse(line));
-  const bool done = ends || run(line);
-  block.note(!done);
-  return done;
+void Shell::say_dropped(size_t lines) {
+  if (lines > 0) print([lines] { std::printf("%% The rest of the paste is dropped, %zu lines\n", lines); });
 }
 
 bool Shell::is_own(const std::string &line) const {
@@ -235,15 +194,15 @@ bool Shell::is_own(const std::string &line) const {
 
 Tally Shell::execute_all(const NextLine &next, bool live) {
   Tally tally;
-  Block block(&record_.engine);
+  const ReplayRef text(cli_replay_begin(&record_.engine, 0));
   output_.run([&] {
     std::string line;
     while (!leave_requested_ && !std::ferror(stdout) && !(strict_ && tally.failed() > 0) && next(line)) {
       bool done = true;
       if (is_own(line))
         run_control(&record_.engine, line);
-      else if (!is_comment(line) && !is_blank_line(line))
-        done = run_in_block(line, block);
+      else
+        done = run(line, text.get(), nullptr);
       tally.count(!done);
       explicit_bzero(line.data(), line.size());
       if (live) std::fflush(stdout);
@@ -253,10 +212,17 @@ Tally Shell::execute_all(const NextLine &next, bool live) {
 }
 
 void Shell::print(const std::function<void()> &body, bool paged) {
-  output_.run(body, {.filters = {}, .unfiltered = 0, .paged = paged});
+  const auto begin_and_print = [&] {
+    if (paged) output_.begin_command(0);
+    body();
+  };
+  output_.run(begin_and_print, {.filters = {}, .paged = paged});
 }
 
-bool Shell::refuse(const std::string &message) {
+// Says why a line is not run.
+bool Shell::refuse(const std::string &line, const std::string &message, const LineWatch::Matched &matched) {
+  if (matched) watch_.look_at(line, matched);
+  watch_.end(false);
   print([&] { std::printf("%% %s\n", message.c_str()); });
   return false;
 }
@@ -268,11 +234,9 @@ void Shell::help(const std::string &before_cursor) {
   const size_t filter_start = last_filter_start(before_cursor);
   if (filter_start != std::string::npos) return help_filters(before_cursor, filter_start);
   print([&] {
-    cli *const engine = &record_.engine;
-    const bool failed = !parse(before_cursor) && engine->parser.error->errcode != E_INCOMPLETE;
-    const std::string text =
-        print_hidden(engine, secrets_.words(engine, failed), 1, [&] { cli_help(engine, before_cursor.c_str()); });
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    watch_.begin_help();
+    cli_help(&record_.engine, before_cursor.c_str());
+    watch_.end();
   });
 }
 
@@ -304,23 +268,6 @@ cli_editor::Look Shell::look(const std::string &line) {
 
 std::string Shell::prompt() const {
   return harmless(record_.engine.prompt_text);
-}
-
-bool Shell::is_secret(const std::string &line) {
-  if (is_comment(line)) return false;
-  const FilteredLine parts = split_filters(line);
-  const bool failed = parse(parts.command) == nullptr;
-  return secrets_.are_mentioned(&record_.engine, failed);
-}
-
-// The line's words, those that are secret, or may be, left out.
-std::string Shell::masked(const std::string &line) {
-  const bool failed = parse(line) == nullptr;
-  hide(secrets_.words(&record_.engine, failed));
-  std::string text;
-  for (token *word = tokenizer_first(&record_.engine.tokenizer); word; word = token_next(word))
-    text += (text.empty() ? "" : " ") + quoted(word->text);
-  return harmless(text);
 }
 
 void Shell::audit(const std::string &line, int level, const char *outcome) const {

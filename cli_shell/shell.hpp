@@ -4,19 +4,21 @@
 #define CLI_SHELL_SHELL_HPP
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
-#include "cli_shell/block.hpp"
 #include "cli_shell/completion.hpp"
 #include "cli_shell/documents.hpp"
 #include "cli_shell/handlers_library.hpp"
+#include "cli_shell/line_watch.hpp"
 #include "cli_shell/options.hpp"
 #include "cli_shell/output.hpp"
 #include "cli_shell/secrets.hpp"
+#include "cli_shell/tally.hpp"
 
 namespace cli_shell {
 
@@ -47,13 +49,17 @@ class Shell {
 
   // Executes a line as typed at the prompt or given by -c: with filters behind " | ", and paged on a terminal; false
   // when it failed.
-  bool execute(const std::string &line);
+  // `matched` hears of the line before its handler runs, or that it is not run; it may be null.
+  bool execute(const std::string &line, const LineWatch::Matched &matched = nullptr);
 
   // Executes a line that was typed. Together with the lines that wait behind it, it is a paste: blocks are kept
-  // together (block.hpp), no "exit" leaves the shell, and at the end of it the lines that failed are told. A pager
+  // together (cli_replay), no "exit" leaves the shell, and at the end of it the lines that failed are told. A pager
   // program, which reads the keys, is not started meanwhile. `more`: further lines wait; what waits at the terminal is
   // seen here.
-  void execute_typed(const std::string &line, bool more);
+  void execute_typed(const std::string &line, bool more, const LineWatch::Matched &matched);
+
+  // Tells that so many lines of a paste were dropped after an interrupt.
+  void say_dropped(size_t lines);
 
   // Executes the lines that `next` gives, without filters or pager, until it gives none, leaving was requested or, with
   // --strict, one failed. Blocks are kept together, blank lines are comments, no "exit" leaves the shell. `live`: what
@@ -82,10 +88,6 @@ class Shell {
   // What is secret in lines.
   const Secrets &secrets() const { return secrets_; }
 
-  // Whether the line holds a secret value, or speaks of one. Ask before the line is executed, in the mode in which it
-  // was typed.
-  bool is_secret(const std::string &line);
-
   // No mode is entered.
   bool at_top() const { return record_.engine.current == &record_.engine.root; }
 
@@ -112,17 +114,10 @@ class Shell {
   };
 
   bool is_own(const std::string &line) const;
-  bool run(const std::string &line);
-  bool run_in_block(const std::string &line, Block &block);
-  bool ends_session(const cli_node *selected) const;
-  std::string masked(const std::string &line);
+  bool run(const std::string &line, cli_replay_lines *text, const LineWatch::Matched &matched);
+  bool note_skipped(const std::string &line, const cli_outcome &outcome, const LineWatch::Matched &matched);
   void audit(const std::string &line, int level, const char *outcome) const;
-  // A run over the line, with marks in the tree as a line that is executed leaves them.
-  cli_node *parse(const std::string &line);
-  std::string echo();
-  bool selects_command(const std::string &command, size_t &echo_size);
-  void execute_hidden(const std::string &line, const cli_node *selected, const std::vector<token *> &words);
-  bool refuse(const std::string &message);
+  bool refuse(const std::string &line, const std::string &message, const LineWatch::Matched &matched);
   void help_filters(const std::string &before_cursor, size_t filter_start);
 
   Record record_;
@@ -132,6 +127,7 @@ class Shell {
   Secrets secrets_;
   Completer completer_;
   Output output_;
+  LineWatch watch_;
   bool started_ = false;
   bool accepts_controls_ = false;
   bool leave_requested_ = false;
@@ -140,8 +136,13 @@ class Shell {
   bool restricted_;
   bool audited_;
 
+  struct ReplayEnd {
+    void operator()(cli_replay_lines *text) const { cli_replay_end(text); }
+  };
+  using ReplayRef = std::unique_ptr<cli_replay_lines, ReplayEnd>;
+
   struct Paste {
-    Block block;
+    ReplayRef text;
     Tally tally;
   };
   std::optional<Paste> paste_;

@@ -191,14 +191,14 @@ class Lines(Case):
         text = b"interface e\nunit\nexit\naddress 192.0.2.1\nunit\nend\nlevel\nexit\nquit\nlevel\n"
         out = run(text=text)[0]
         self.assertEqual(2, out.count("level 1\n"), out)
-        self.assertIn("at 'exit'", out)  # no such command at the top
+        self.assertNotIn("at 'exit'", out)  # there is no such command at the top, and nothing to leave
         self.assertTrue(out.endswith("quit \n"), out)
 
     def test_blocks_are_kept_together(self):
         cases = [  # lines; what is printed, echo included; what is told at the end
             ("interface e extra\n address 192.0.2.1\n exit\nlevel\n", ["level ", "level 1"], "4 lines, 3 failed: 1, 2, 3"),
             ("interface e\n unit x\n  level\n  exit\n address 192.0.2.1\nlevel\nexit\nlevel\n",
-             ["address 192.0.2.1 ", "level 1", "level ", "level 1", "level ", "level 1"], "8 lines, 4 failed: 2, 3, 4, 7"),
+             ["address 192.0.2.1 ", "level 1", "level ", "level 1", "level ", "level 1"], "8 lines, 3 failed: 2, 3, 4"),
             ("\n  ! a comment\nlevel\n", ["level ", "level 1"], ""),
         ]
         for text, printed, told in cases:

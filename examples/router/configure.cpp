@@ -65,19 +65,17 @@ bool holds_line_break(const Entry &entry) {
 }
 
 // A line break inside a value would make two lines of one when the configuration is read again.
-bool store(cli *engine, cli_node *command, Entry entry) {
+int store(cli *engine, cli_node *command, Entry entry) {
   if (holds_line_break(entry)) {
-    refuse(engine, "A value cannot hold a line break");
-    return false;
+    return refuse(engine, "A value cannot hold a line break");
   }
   const std::string network = router::machine::network_beneath(entry.text("prefix"));
   if (!network.empty()) {
-    refuse(engine, "The prefix has bits beyond its length; did you mean %s?", network.c_str());
-    return false;
+    return refuse(engine, "The prefix has bits beyond its length; did you mean %s?", network.c_str());
   }
   Place place = place_of(command, entry);
   enclosing_entry(engine, command).entries.insert_or_assign(std::move(place), std::move(entry));
-  return true;
+  return 0;
 }
 
 // What a "no" command removes: what the same words without "no" would set.
@@ -87,10 +85,10 @@ Place place_to_remove(cli *engine, const cli_node *command) {
   return place_of(command, entry);
 }
 
-void remove(cli *engine, cli_node *command, const Place &place) {
+int remove(cli *engine, cli_node *command, const Place &place) {
   const size_t removed = std::erase_if(enclosing_entry(engine, command).entries,
                                        [&](const auto &item) { return place.covers(item.first); });
-  if (removed == 0 && !place.key.empty()) refuse(engine, "There is no such entry");
+  return removed == 0 && !place.key.empty() ? refuse(engine, "There is no such entry") : 0;
 }
 
 // A mode's handler shows what it says itself, and its result decides whether the mode is entered.
@@ -145,13 +143,11 @@ unsigned last_sequence(const Entry &list) {
 }  // namespace
 
 ROUTER_HANDLER router_set(cli *engine, cli_node *command) {
-  store(engine, command, entry_of(engine, command));
-  return 0;
+  return store(engine, command, entry_of(engine, command));
 }
 
 ROUTER_HANDLER router_unset(cli *engine, cli_node *command) {
-  remove(engine, command, place_to_remove(engine, command));
-  return 0;
+  return remove(engine, command, place_to_remove(engine, command));
 }
 
 ROUTER_HANDLER router_enter(cli *engine, cli_node *mode) {
@@ -182,28 +178,26 @@ ROUTER_HANDLER router_no_vlan(cli *engine, cli_node *command) {
   const std::string user =
       vlan_interface_of(router_of(engine).configuration, router::text_argument(command, "vlan-id"));
   if (user.empty()) return router_unset(engine, command);
-  refuse(engine, "The VLAN is in use by \"%s\"", user.c_str());
-  return 0;
+  return refuse(engine, "The VLAN is in use by \"%s\"", user.c_str());
 }
 
 ROUTER_HANDLER router_hostname(cli *engine, cli_node *command) {
-  router_set(engine, command);
+  const int result = router_set(engine, command);
   router::renew_prompt(engine);
-  return 0;
+  return result;
 }
 
 ROUTER_HANDLER router_no_hostname(cli *engine, cli_node *command) {
-  router_unset(engine, command);
+  const int result = router_unset(engine, command);
   router::renew_prompt(engine);
-  return 0;
+  return result;
 }
 
 // Keeps a password as its hash, which is what the configuration shows.
 ROUTER_HANDLER router_set_secret(cli *engine, cli_node *command) {
   Entry entry = entry_of(engine, command);
   hash_secrets(entry);
-  store(engine, command, std::move(entry));
-  return 0;
+  return store(engine, command, std::move(entry));
 }
 
 // A further address has the word "secondary"; a first one takes the place of the first one before.
@@ -214,16 +208,14 @@ ROUTER_HANDLER router_set_address(cli *engine, cli_node *command) {
   const std::string address = entry.text("address");
   const std::string overlap = interface_with_overlap(router_of(engine).configuration, interface, address);
   if (!address.empty() && !overlap.empty()) {
-    refuse(engine, "%s overlaps with an address of \"%s\"", address.c_str(), overlap.c_str());
-    return 0;
+    return refuse(engine, "%s overlaps with an address of \"%s\"", address.c_str(), overlap.c_str());
   }
   if (!entry.has("secondary")) {
     std::erase_if(interface.entries, [&](const auto &item) {
       return item.second.command == entry.command && !item.second.has("secondary");
     });
   }
-  store(engine, command, std::move(entry));
-  return 0;
+  return store(engine, command, std::move(entry));
 }
 
 // A rule without a number goes behind the last one.
@@ -234,13 +226,11 @@ ROUTER_HANDLER router_set_rule(cli *engine, cli_node *command) {
   if (!entry.has("sequence")) {
     const unsigned sequence = last_sequence(enclosing_entry(engine, command)) / kStep * kStep + kStep;
     if (sequence > kLast) {
-      refuse(engine, "There is no number left behind the last rule; use \"resequence\"");
-      return 0;
+      return refuse(engine, "There is no number left behind the last rule; use \"resequence\"");
     }
     entry.words.insert(entry.words.begin(), {.group = "", .name = "sequence", .text = std::to_string(sequence)});
   }
-  store(engine, command, std::move(entry));
-  return 0;
+  return store(engine, command, std::move(entry));
 }
 
 ROUTER_HANDLER router_resequence(cli *engine, cli_node *command) {
@@ -259,8 +249,7 @@ ROUTER_HANDLER router_resequence(cli *engine, cli_node *command) {
     renumbered.emplace(std::move(place), std::move(entry));
   }
   if (sequence - step > 99999) {
-    refuse(engine, "The last rule would have the number %lld", static_cast<long long>(sequence - step));
-    return 0;
+    return refuse(engine, "The last rule would have the number %lld", static_cast<long long>(sequence - step));
   }
   list.entries = std::move(renumbered);
   return 0;

@@ -42,12 +42,13 @@ void say(cli *engine, const char *format, ...) {
   va_end(arguments);
 }
 
-void refuse(cli *engine, const char *format, ...) {
+int refuse(cli *engine, const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
   router_of(engine).refusal = format_text(format, arguments);
   va_end(arguments);
   feed_line(engine, "% " + router_of(engine).refusal);
+  return 1;
 }
 
 void report(const std::string &line) {

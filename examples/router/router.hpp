@@ -42,8 +42,9 @@ void release_router(cli *engine);
 // Ends the present line of output with a text, as printf would write it.
 void say(cli *engine, const char *format, ...) CLI_PRINTF(2, 3);
 
-// The same for a command that cannot be done; what it says is kept, so that a replay can report it.
-void refuse(cli *engine, const char *format, ...) CLI_PRINTF(2, 3);
+// The same for a command that cannot be done; what it says is kept, so that a replay can report it. 1, which is the
+// result of its handler.
+int refuse(cli *engine, const char *format, ...) CLI_PRINTF(2, 3);
 
 // A line on standard error, which may be a terminal: every byte that could drive it is shown as \xNN.
 void report(const std::string &line);

@@ -42,11 +42,8 @@ std::string joined(const std::vector<std::string> &lines) {
 }
 
 int report(cli *engine, const std::string &wrong, const std::string &done) {
-  if (wrong.empty()) {
-    say(engine, "%s", done.c_str());
-  } else {
-    refuse(engine, "%s", wrong.c_str());
-  }
+  if (!wrong.empty()) return refuse(engine, "%s", wrong.c_str());
+  say(engine, "%s", done.c_str());
   return 0;
 }
 
@@ -80,23 +77,20 @@ ROUTER_HANDLER router_enable(cli *engine, cli_node *command) {
   const Entry *lock = router_of(engine).configuration.find("enable secret");
   const bool raises = level > parser_get_privilege(&engine->parser);
   if (raises && lock == nullptr && router_of(engine).incomplete) {
-    refuse(engine, "The startup configuration was not read whole, and its password is not known");
-  } else if (raises && lock != nullptr && !may_pass(command, *lock)) {
-    refuse(engine, "Wrong password");
-  } else {
-    if (raises && lock != nullptr) router_of(engine).incomplete = false;
-    set_level(engine, level);
+    return refuse(engine, "The startup configuration was not read whole, and its password is not known");
   }
+  if (raises && lock != nullptr && !may_pass(command, *lock)) return refuse(engine, "Wrong password");
+  if (raises && lock != nullptr) router_of(engine).incomplete = false;
+  set_level(engine, level);
   return 0;
 }
 
 ROUTER_HANDLER router_disable(cli *engine, cli_node *command) {
   const int64_t level = router::number_argument(command, "level", router::kUserLevel);
   if (level > parser_get_privilege(&engine->parser)) {
-    refuse(engine, "Use \"enable\" to raise the level");
-  } else {
-    set_level(engine, level);
+    return refuse(engine, "Use \"enable\" to raise the level");
   }
+  set_level(engine, level);
   return 0;
 }
 
@@ -106,8 +100,7 @@ ROUTER_HANDLER router_login(cli *engine, cli_node *command) {
   const auto user =
       std::find_if(users.begin(), users.end(), [&](const Entry *e) { return e->text("user-name") == name; });
   if (user == users.end() || !may_pass(command, **user)) {
-    refuse(engine, "Wrong name or password");
-    return 0;
+    return refuse(engine, "Wrong name or password");
   }
   router_of(engine).user = name;
   const std::string level = (*user)->text("level");
@@ -122,7 +115,7 @@ ROUTER_HANDLER router_terminal_length(cli *engine, cli_node *command) {
 }
 
 ROUTER_HANDLER router_save_startup(cli *engine, cli_node * /*command*/) {
-  if (keeps_startup(engine)) return 0;
+  if (keeps_startup(engine)) return 1;
   return save_running(engine, router::startup_path());
 }
 
@@ -135,7 +128,7 @@ ROUTER_HANDLER router_backup_startup(cli *engine, cli_node *command) {
 }
 
 ROUTER_HANDLER router_restore_file(cli *engine, cli_node *command) {
-  if (keeps_startup(engine)) return 0;
+  if (keeps_startup(engine)) return 1;
   return copy_file(engine, named_path(command), router::startup_path());
 }
 

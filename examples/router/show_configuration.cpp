@@ -28,11 +28,8 @@ void say_entry(cli *engine, const Entry &entry) {
 int show_saved(cli *engine, const std::string &path) {
   std::string text;
   const std::string wrong = router::read_whole(path, text);
-  if (!wrong.empty()) {
-    refuse(engine, "%s", wrong.c_str());
-  } else {
-    say_lines(engine, router::split_lines(text));
-  }
+  if (!wrong.empty()) return refuse(engine, "%s", wrong.c_str());
+  say_lines(engine, router::split_lines(text));
   return 0;
 }
 
@@ -163,8 +160,7 @@ ROUTER_HANDLER router_show_running_config_interface(cli *engine, cli_node *comma
     say_entry(engine, *interface);
     return 0;
   }
-  refuse(engine, "\"%s\" has no configuration", wanted.c_str());
-  return 0;
+  return refuse(engine, "\"%s\" has no configuration", wanted.c_str());
 }
 
 ROUTER_HANDLER router_show_running_config_section(cli *engine, cli_node *command) {
@@ -206,10 +202,7 @@ ROUTER_HANDLER router_show_files(cli *engine, cli_node * /*command*/) {
 ROUTER_HANDLER router_show_configuration_differences(cli *engine, cli_node * /*command*/) {
   std::string text;
   const std::string wrong = router::read_whole(router::startup_path(), text);
-  if (!wrong.empty()) {
-    refuse(engine, "%s", wrong.c_str());
-    return 0;
-  }
+  if (!wrong.empty()) return refuse(engine, "%s", wrong.c_str());
   const std::set<std::string> saved = paths(router::split_lines(text));
   const std::set<std::string> running = paths(router::script(configuration_of(engine)));
   say_missing(engine, '-', saved, running);

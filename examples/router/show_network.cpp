@@ -227,11 +227,8 @@ ROUTER_HANDLER router_show_interfaces(cli *engine, cli_node *command) {
   }
   const std::vector<machine::Link> known = links(engine);
   const auto link = std::find_if(known.begin(), known.end(), [&](const auto &l) { return l.name == name; });
-  if (link == known.end()) {
-    router::refuse(engine, "There is no interface \"%s\" on this machine", name.c_str());
-  } else {
-    show_link(engine, *link);
-  }
+  if (link == known.end()) return router::refuse(engine, "There is no interface \"%s\" on this machine", name.c_str());
+  show_link(engine, *link);
   return 0;
 }
 

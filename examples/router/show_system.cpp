@@ -83,20 +83,18 @@ std::string options_of(cli_node *command, const Option *begin, const Option *end
 
 // Runs a program of the machine. What it writes is shown as it comes, unless the host takes all output itself; Ctrl-C
 // is for the program, which then says what it still has to say.
-void run_program(cli *engine, const std::string &program, const std::string &arguments) {
+int run_program(cli *engine, const std::string &program, const std::string &arguments) {
   constexpr int kNotFound = 127;  // as the shell says it
   const std::string found =
       "command -v " + program + " >/dev/null || exit 127; exec " + program + arguments + " </dev/null 2>&1";
   std::fflush(stdout);  // the echo of the line stands before it
   const int status = engine->write != nullptr ? pager_feed_popen(&engine->pager, found.c_str())
                                               : std::system(found.c_str());  // NOLINT(cert-env33-c): words are quoted
-  if (status == -1) {
-    router::refuse(engine, "\"%s\" cannot be started", program.c_str());
-  } else if (WIFEXITED(status) && WEXITSTATUS(status) == kNotFound) {
-    router::refuse(engine, "This machine has no program \"%s\"", program.c_str());
-  } else if (WIFSIGNALED(status)) {
-    say(engine, "%s", "");  // what was cut short ends its line
-  }
+  if (status == -1) return router::refuse(engine, "\"%s\" cannot be started", program.c_str());
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kNotFound)
+    return router::refuse(engine, "This machine has no program \"%s\"", program.c_str());
+  if (WIFSIGNALED(status)) say(engine, "%s", "");  // what was cut short ends its line
+  return 0;
 }
 
 struct Sensor {
@@ -248,11 +246,9 @@ ROUTER_HANDLER router_show_logging(cli *engine, cli_node *command) {
   const auto *file =
       std::find_if(std::begin(kLogFiles), std::end(kLogFiles), [](const char *f) { return access(f, R_OK) == 0; });
   if (file != std::end(kLogFiles)) {
-    run_program(engine, "tail", " -n " + lines + ' ' + *file);
-  } else {
-    run_program(engine, "journalctl", " --no-pager --lines " + lines);
+    return run_program(engine, "tail", " -n " + lines + ' ' + *file);
   }
-  return 0;
+  return run_program(engine, "journalctl", " --no-pager --lines " + lines);
 }
 
 ROUTER_HANDLER router_ping(cli *engine, cli_node *command) {
@@ -261,15 +257,13 @@ ROUTER_HANDLER router_ping(cli *engine, cli_node *command) {
   arguments += options_of(command, std::begin(kOptions), std::end(kOptions));
   const std::string interface = router::text_argument(command, "interface-name");
   if (!interface.empty()) arguments += " -I " + shell_word(interface);
-  run_program(engine, "ping", arguments + ' ' + shell_word(target_of(command)));
-  return 0;
+  return run_program(engine, "ping", arguments + ' ' + shell_word(target_of(command)));
 }
 
 ROUTER_HANDLER router_traceroute(cli *engine, cli_node *command) {
   constexpr Option kOptions[] = {{"max-hops", "hops", "-m"}, {"numeric", nullptr, "-n"}};
   const std::string options = options_of(command, std::begin(kOptions), std::end(kOptions));
-  run_program(engine, "traceroute", options + ' ' + shell_word(target_of(command)));
-  return 0;
+  return run_program(engine, "traceroute", options + ' ' + shell_word(target_of(command)));
 }
 
 ROUTER_HANDLER router_show_tech_support(cli *engine, cli_node *command) {
