@@ -52,6 +52,12 @@ drop_moved_build() {
   rm -rf "build/$1"
 }
 
+# A build that was configured before there was a python3 lacks what is made and tested by it.
+is_configured() {
+  [ -e "build/$1/build.ninja" ] &&
+    ! { grep -q '^SYSTEM_PYTHON3:.*NOTFOUND$' "build/$1/CMakeCache.txt" && command -v python3 >/dev/null; }
+}
+
 # build PRESET [TARGET...] : configures when that was not done, and builds; what the tools say is shown when they fail.
 build() {
   local preset=$1 log targets=()
@@ -60,7 +66,7 @@ build() {
   drop_moved_build "$preset"
   log=$(mktemp)
   if ! {
-    { [ -e "build/$preset/build.ninja" ] || cmake --preset "$preset"; } && cmake --build --preset "$preset" "${targets[@]}"
+    { is_configured "$preset" || cmake --preset "$preset"; } && cmake --build --preset "$preset" "${targets[@]}"
   } </dev/null 2>&1 | show_progress >"$log"; then
     cat "$log" >&2
     rm -f "$log"

@@ -68,6 +68,8 @@ cp -r "$root/usr/share/doc/cli-shell/examples/switch" "$scratch"
 
 cp "$source/tests/consumer/host.c" "$source/tests/consumer/plugin.c" "$scratch"
 flags=$(pkg-config --cflags --libs cli_engine)
+printf '#include <%s>\n' stddef.h stdint.h cli_engine/cli_engine_flat.h | cc -std=c11 -Werror -fsyntax-only -xc $flags - ||
+  fail "the header for other languages does not compile"
 cc -std=c11 -Wall -Werror -rdynamic "$scratch/host.c" $flags -o "$scratch/host"
 cc -std=c11 -Wall -Werror -shared -fPIC "$scratch/plugin.c" $flags -o "$scratch/libplugin.so"
 "$scratch/host" "$scratch/libplugin.so" | grep -qx "Hello world from C" || fail "a host does not run"
