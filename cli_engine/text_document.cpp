@@ -297,6 +297,9 @@ bool TextDocument::find_line(std::uint32_t offset, std::uint32_t &line, std::uin
       line_start = number * kBlock + static_cast<std::size_t>(last - block) + 1;
       break;
     }
+    // Blocks without one are not read: a text may be a single line.
+    const auto here = lines_before_.begin() + static_cast<std::ptrdiff_t>(number);
+    number = static_cast<std::size_t>(std::lower_bound(lines_before_.begin(), here, *here) - lines_before_.begin());
     if (number == 0) {
       line_start = 0;
       break;

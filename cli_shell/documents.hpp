@@ -35,8 +35,13 @@ struct Documents {
   Language language;    // or null
 };
 
-// The bytes of a file; throws UserError when it is missing, unreadable or a folder.
-std::string read_file(const std::string &path);
+constexpr size_t kLargestDocument = size_t{16} << 20;  // of scripts, too
+
+// Throws UserError for a file that is larger than `largest`, before any of it is read.
+void refuse_large(const std::string &path, size_t largest = kLargestDocument);
+
+// The bytes of a file; throws UserError when it is missing, unreadable, a folder or too large.
+std::string read_file(const std::string &path, size_t largest = kLargestDocument);
 
 // The JSON object in a file, in which no member stands twice; throws UserError with the file, line and column.
 JsonRef load_document(const std::string &path);

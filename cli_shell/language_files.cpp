@@ -40,6 +40,8 @@ Types types_of(const std::vector<HandlersLibrary> &libraries) {
 
 Documents load_language(const std::string &definitions, const std::optional<std::string> &privileges,
                         const std::vector<HandlersLibrary> &libraries, const cli_handler_entry *handlers) {
+  refuse_large(definitions);
+  if (privileges) refuse_large(*privileges);
   const cli_language_source source = {
       definitions.c_str(), privileges ? privileges->c_str() : nullptr, handlers, 0, cli_shell_exit, cli_shell_end};
   Documents documents;

@@ -12,6 +12,7 @@
 #include <new>
 #include <string_view>
 
+#include "cli_shell/memory_gone.hpp"
 #include "cli_shell/private_memory.hpp"
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/subcommands.hpp"
@@ -95,14 +96,14 @@ int run(int argc, char **argv) {
 }  // namespace cli_shell
 
 int main(int argc, char **argv) try {
+  cli_shell::end_orderly_without_memory();
   cli_shell::refuse_raised_rights();
   cli_shell::keep_memory_private();
   cli_shell::open_standard_descriptors();
   cli_shell::set_character_encoding();
   return cli_shell::run(argc - std::min(argc, 1), argv + std::min(argc, 1));
 } catch (const std::bad_alloc &) {
-  constexpr std::string_view kNoMemory = "cli-shell: there is not enough memory\n";  // nor for making up a message
-  cli_shell::write_all(STDERR_FILENO, kNoMemory);
+  cli_shell::say_memory_is_gone();
   return cli_shell::kCannotRun;
 } catch (const std::exception &error) {
   cli_shell::say_on_standard_error(error.what());

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "cli_shell/raw_write.hpp"
@@ -46,8 +47,13 @@ void note_interrupt(int) {
 // A handler that does nothing, where ignoring the signal would be passed on to the programs that handlers start.
 void do_nothing(int) {}
 
-void show_before_dying(int) {
+struct sigaction abort_before = {};
+
+void show_before_dying(int signal) {
+  const int error = errno;
   if (running.printer) running.printer->finish_in_handler();
+  errno = error;
+  if (abort_before.sa_handler != SIG_DFL && abort_before.sa_handler != SIG_IGN) abort_before.sa_handler(signal);
 }
 
 void finish_output_at_exit() {
@@ -67,7 +73,9 @@ void handle_signals() {
   sigaction(SIGXFSZ, &action, nullptr);
   action.sa_handler = show_before_dying;
   action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(SIGABRT, &action, nullptr);
+  struct sigaction before = {};
+  sigaction(SIGABRT, &action, &before);
+  if (before.sa_handler != show_before_dying) abort_before = before;
 }
 
 class InterruptGuard {
@@ -177,13 +185,22 @@ void Output::run_into_printer(const std::function<void()> &body, Printer::Job jo
   if (standard_error_) send_to(printer_.error_input(), STDERR_FILENO);
   send_to(printer_.input(), STDOUT_FILENO);
   printer_.begin(std::move(job));
-  body();
-  drop_unwritten();
-  send_to(standard_output_.get(), STDOUT_FILENO);
-  if (standard_error_) send_to(standard_error_.get(), STDERR_FILENO);
-  take(printer_.finish(interrupt_event(), interrupt_seen != 0));
-  running = {};
-  routed_ = false;
+  const auto end = [&] {
+    drop_unwritten();
+    send_to(standard_output_.get(), STDOUT_FILENO);
+    if (standard_error_) send_to(standard_error_.get(), STDERR_FILENO);
+    const Printer::Result result = printer_.finish(interrupt_event(), interrupt_seen != 0);
+    running = {};
+    routed_ = false;
+    return result;
+  };
+  try {
+    body();
+  } catch (...) {
+    end();
+    throw;
+  }
+  take(end());
 }
 
 void Output::begin_command(size_t echo) {
@@ -198,6 +215,7 @@ void Output::run_unheard(const std::function<void()> &body) {
 }
 
 void Output::take(const Printer::Result &result) {
+  if (result.error == ENOMEM) throw std::bad_alloc();
   if (result.error != 0) {
     say_output_lost(result.error);
     lost_ = true;

@@ -17,6 +17,8 @@ namespace {
 
 using cli_check::Findings;
 
+constexpr size_t kLargestLibrary = size_t{512} << 20;
+
 constexpr struct {
   std::string_view name;
   void (*print)(const Findings &findings, std::FILE *out);
@@ -69,7 +71,7 @@ int check_main(const Options &options) {
   request.has_no_libraries = options.handlers.empty();
   request.handlers = request.has_no_libraries ? kNoHandlers : nullptr;
   for (const std::string &path : options.handlers)
-    for (std::string &handler : exported_handlers(read_file(path)))
+    for (std::string &handler : exported_handlers(read_file(path, kLargestLibrary)))
       request.exported_handlers.push_back(std::move(handler));
 
   if (!libraries.empty())

@@ -61,8 +61,10 @@ struct sigaction abort_before {};
 
 // What else is done before the process dies of it is done after this.
 void set_modes_back_on_abort(int signal) {
+  const int error = errno;
   set_modes_back(TCSANOW);
   sigaction(signal, &abort_before, nullptr);
+  errno = error;
   if (abort_before.sa_handler != SIG_DFL && abort_before.sa_handler != SIG_IGN) abort_before.sa_handler(signal);
 }
 

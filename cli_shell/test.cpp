@@ -7,11 +7,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <optional>
 
 #include "cli_shell/file_descriptor.hpp"
 #include "cli_shell/language_files.hpp"
 #include "cli_shell/memory_file.hpp"
+#include "cli_shell/memory_gone.hpp"
 #include "cli_shell/preview.hpp"
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/script.hpp"
@@ -23,6 +25,7 @@ namespace cli_shell {
 namespace {
 
 constexpr int kCannotRun = 2;
+constexpr int kMemoryGone = 102;  // of the process of a session, which has said so
 
 // ---- The process of one session. Libraries, handlers that end the process and faulty documents stay in it.
 
@@ -61,6 +64,7 @@ void run_steps(const Script &script, MemoryFile &captured, int answers) {
   std::vector<HandlersLibrary> libraries = load_handlers_libraries(script.options.handlers);
   if (script.without_handlers) libraries = types_only(std::move(libraries));
   const std::string &path = script.options.operands[0];
+  refuse_large(path);
   const JsonRef definitions(script.without_handlers ? nullptr : json_load_file(path.c_str(), 0, nullptr));
   const HandlerTable handlers(definitions.get(), libraries);
   const Documents documents = load_language(path, script.options.privileges, libraries,
@@ -85,8 +89,12 @@ void run_steps(const Script &script, MemoryFile &captured, int answers) {
 
 [[noreturn]] void session_process(const Script &script, MemoryFile &captured, int answers) {
   int status = 0;
+  end_orderly_without_memory(kMemoryGone);
   try {
     run_steps(script, captured, answers);
+  } catch (const std::bad_alloc &) {
+    say_memory_is_gone();
+    status = kMemoryGone;
   } catch (const std::exception &error) {
     write_all(captured.descriptor(), error.what());
     status = kCannotRun;
@@ -137,6 +145,7 @@ std::vector<std::vector<std::string>> run_session(const Script &script) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kMemoryGone) std::exit(kCannotRun);
 
   std::vector<std::vector<std::string>> outputs;
   for (const std::string &answer : split_answers(answers.contents())) outputs.push_back(output_lines(answer));

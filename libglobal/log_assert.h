@@ -2,7 +2,8 @@
  *
  * Standard output is flushed first, so that nothing a user was shown is lost; then one line goes to standard error,
  *     SOURCE:FUNCTION: assertion "EXPRESSION" failed
- * and, for the formatted form, ": MESSAGE" at its end; then abort() is called. Neither function returns. */
+ * and, for the formatted form, ": MESSAGE" at its end; then abort() is called, with errno as the caller left it: ENOMEM
+ * when memory is exhausted. Neither function returns. */
 #ifndef LIBGLOBAL_LOG_ASSERT_H
 #define LIBGLOBAL_LOG_ASSERT_H
 

@@ -1,16 +1,20 @@
 #include "libglobal/report.hpp"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
 void log_assert(const char *expression, const char *source, const char *function) {
+  const int error = errno;
   std::fflush(stdout);
   std::fprintf(stderr, "%s:%s: assertion \"%s\" failed\n", source, function, expression);
+  errno = error;
   std::abort();
 }
 
 void log_assert_fmt(const char *expression, const char *source, const char *function, const char *format, ...) {
+  const int error = errno;
   std::fflush(stdout);
   std::fprintf(stderr, "%s:%s: assertion \"%s\" failed: ", source, function, expression);
   va_list args;
@@ -18,6 +22,7 @@ void log_assert_fmt(const char *expression, const char *source, const char *func
   std::vfprintf(stderr, format, args);
   va_end(args);
   std::fputc('\n', stderr);
+  errno = error;
   std::abort();
 }
 
@@ -25,6 +30,7 @@ namespace libglobal {
 namespace {
 
 [[noreturn]] void report(const char *wrapper, const char *format_name, const Caller &caller) {
+  errno = ENOMEM;
   log_assert_fmt("pointer != NULL", caller.source, wrapper, "%s failed at func %s:%zu (%s)", format_name,
                  caller.function, caller.line, caller.source);
 }

@@ -1,5 +1,5 @@
-/* Preloaded into a program under test: makes the nth call of one function fail, FAULT="NAME N". What a child process
- * calls does not count. A fault that was not reached is said at the end. */
+/* Preloaded into a program under test: makes the nth call of one function fail, FAULT="NAME N"; of malloc, all further
+ * ones, too. What a child process calls does not count. A fault that was not reached is said at the end. */
 #include <dlfcn.h>
 #include <errno.h>
 #include <pthread.h>
@@ -13,6 +13,7 @@
 static pid_t owner;
 static char chosen[32];
 static int calls_left;
+static int failed;
 
 __attribute__((constructor)) static void choose(void) {
   const char *fault = getenv("FAULT");
@@ -23,7 +24,7 @@ __attribute__((constructor)) static void choose(void) {
 }
 
 __attribute__((destructor)) static void tell(void) {
-  if (getpid() == owner && calls_left > 0) {
+  if (getpid() == owner && calls_left > 0 && !failed) {
     fputs("fault: not reached\n", stderr);
   }
 }
@@ -32,6 +33,7 @@ static int fails(const char *name, int error) {
   if (getpid() != owner || strcmp(name, chosen) != 0 || --calls_left != 0) {
     return 0;
   }
+  failed = 1;
   errno = error;
   return 1;
 }
@@ -52,6 +54,18 @@ FAULTY(ssize_t, write, ENOSPC, (int fd, const void *bytes, size_t size), fd, byt
 FAULTY(int, fsync, EIO, (int fd), fd)
 FAULTY(int, rename, EIO, (const char *from, const char *to), from, to)
 FAULTY(int, dup2, EMFILE, (int from, int to), from, to)
+
+__attribute__((visibility("default"))) void *malloc(size_t size) {
+  static void *(*real)(size_t);
+  if (real == NULL) {
+    *(void **)&real = dlsym(RTLD_NEXT, "malloc");
+  }
+  if (fails("malloc", ENOMEM)) {
+    calls_left = 1;
+    return NULL;
+  }
+  return real(size);
+}
 
 typedef void *(*thread_body)(void *);
 

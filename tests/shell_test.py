@@ -214,6 +214,15 @@ class Lines(Case):
             self.assertEqual((0, 1), (out.count("level 1\n"), status))
             self.assertEqual(0, run(*arguments, text=text)[2])
 
+    def test_memory_that_is_gone_is_told_in_one_line(self):
+        lines = self.file("lines", b"level\nshow lines 9\n")
+        for arguments in (["-f", lines], ["-c", "level | count"], ["--dump"]):
+            for number in range(1, 2000, 17):
+                _, err, status = run(*arguments, env={**PRELOADED, "FAULT": f"malloc {number}"})
+                if "not reached" in err:  # a sanitizer has an allocator of its own
+                    break
+                self.assertEqual((1, 2), (err.count("\n"), status), (arguments, number, err))
+
     def test_what_cannot_be_read_is_told(self):
         lines = self.file("lines", b"level\n" * 20000 + b"x" * 1100000 + b"\nlevel\n")
         out, err, status = run("-f", lines)
