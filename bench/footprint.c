@@ -1,10 +1,12 @@
-/* What a loaded language takes of memory: footprint DEFINITION.json [PRIVILEGES.json]
+/* What a loaded language takes of memory: footprint DEFINITION.json [PRIVILEGES.json], or footprint --text
+ * DEFINITION.json for one that is read from text, with the peak while it is loaded
  *
  * Handlers and value types of the language's own host are not needed. The blocks of the allocator are counted, before
  * and after cli_init: nodes, texts, references, the engine's own buffers; the JSON document is not among them. */
 #include <malloc.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/resource.h>
 
 #include "cli_engine/cli_engine.h"
 
@@ -67,7 +69,39 @@ static json_t *document(const char *path) {
   return json;
 }
 
+/* The most memory that the process has had resident so far, in bytes. */
+static size_t peak(void) {
+  struct rusage usage;
+  getrusage(RUSAGE_SELF, &usage);
+  return (size_t)usage.ru_maxrss * 1024;
+}
+
+/* A document for the handlers of the benchmarks. */
+static int measure_text(const char *path) {
+  static const cli_handler_entry handlers[] = {{"bench_handler", footprint_handler}, {NULL, NULL}};
+  const cli_language_source source = {path, NULL, handlers, CLI_HANDLERS_ONLY, footprint_handler, footprint_handler};
+  static cli engine;
+  validator_typesystem *types = validator_typesystem_new();
+  const size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+  const size_t peak_before = peak();
+  cli_language *language = cli_language_load(types, &source, NULL, NULL);
+  if (cli_init_language(&engine, language, NULL) == NULL) {
+    return 2;
+  }
+  const size_t bytes = mallinfo2().uordblks + mallinfo2().hblkhd - before;
+  const size_t nodes = count_nodes(&engine.root);
+  printf("%zu nodes with their texts take %zu bytes, %.0f each; while they were loaded, at most %zu.\n", nodes, bytes,
+         (double)bytes / (double)nodes, peak() - peak_before);
+  cli_free(&engine);
+  cli_language_free(language);
+  validator_typesystem_free(types);
+  return 0;
+}
+
 int main(int argc, char **argv) {
+  if (argc == 3 && strcmp(argv[1], "--text") == 0) {
+    return measure_text(argv[2]);
+  }
   static cli engine;
   json_t *definitions = argc > 1 ? document(argv[1]) : NULL;
   json_t *privileges = argc > 2 ? document(argv[2]) : NULL;

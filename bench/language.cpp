@@ -73,6 +73,37 @@ constexpr const char *kSettingArgs[] = {
      R"({"#type":"string","#name":"value","#help":"One of three","#enum":["auto","full","half"]}]}])"),
 };
 
+// A command of eight nodes.
+constexpr const char *kRoutingCommand =
+    R"({"#help":"What this line of the configuration sets","#handler":"bench_handler","#args":[)"
+    R"({"#type":"string","#name":"policy","#help":"Name of a policy that is applied","#max_length":64},)"
+    R"({"#type":"container","#optional":true,"#exclusive":true,"#args":[)"
+    R"({"#type":"key","#name":"in","#help":"Apply it to what is received from there"},)"
+    R"({"#type":"key","#name":"metric","#help":"Set the metric of what is sent","#args":[)"
+    R"({"#type":"unsignedInt","#name":"number","#help":"The metric","#min_inclusive":0,"#max_inclusive":65535}]}]},)"
+    R"({"#type":"IPv4Prefix","#name":"prefix","#help":"Addresses of the network it is for","#optional":true}]})";
+
+// A line for each member and item. No text of a language here has a bracket or a comma.
+std::string indented(const std::string &compact) {
+  std::string out;
+  std::size_t depth = 0;
+  const auto begin_line = [&] { (out += '\n').append(2 * depth, ' '); };
+  for (const char c : compact) {
+    depth += c == '{' || c == '[' ? 1 : 0;
+    if (c == '}' || c == ']') {
+      depth--;
+      begin_line();
+    }
+    out += c;
+    if (c == '{' || c == '[' || c == ',') {
+      begin_line();
+    } else if (c == ':') {
+      out += ' ';
+    }
+  }
+  return out + '\n';
+}
+
 void add_definition(Members &members, const std::string &name, const std::string &help, const char *args) {
   std::string &out = members.key(name);
   out += "{\"#help\":\"" + help + "\",\"#handler\":\"bench_handler\"";
@@ -150,6 +181,28 @@ std::string definitions(const Shape &shape) {
     out += '}';
   }
   return out;
+}
+
+std::string routing(int modes) {
+  constexpr int kCommands = 61;  // of each mode
+  std::string out;
+  {
+    Members top(out);
+    for (int mode = 0; mode < modes; mode++) {
+      const std::string name = "mode-" + std::to_string(mode);
+      top.key("show-" + std::to_string(mode)) += kRoutingCommand;
+      top.key(name) += R"({"#help":"A part of the configuration","#handler":"bench_handler","#prompt":")" + name +
+                       R"(","#commands":)";
+      {
+        Members commands(out);
+        for (int i = 0; i < kCommands; i++) {
+          commands.key("neighbor-setting-" + std::to_string(i * 37 % kCommands)) += kRoutingCommand;
+        }
+      }
+      out += '}';
+    }
+  }
+  return indented(out);
 }
 
 std::string privileges(const Shape &shape) {

@@ -29,6 +29,10 @@ struct Shape {
 std::string definitions(const Shape &shape);
 std::string privileges(const Shape &shape);
 
+// A document of so many modes with groups in each other and long help texts, written for the eye, as daemons for
+// routing have them: 499 nodes and some 92 kB of text for each mode.
+std::string routing(int modes);
+
 // What commands take, as a number mod 3 or any.
 enum class Form { kWord = 0, kNumber = 1, kNumberAndAddress = 2, kAny = 3 };
 

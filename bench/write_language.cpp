@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr int kRoutingModes = 67;
+
 bool write(const std::string &path, const std::string &text) {
   std::ofstream file(path, std::ios::binary);
   file << text;
@@ -33,7 +35,8 @@ int main(int argc, char **argv) {
     std::fputs(
         "Usage: write_language DIRECTORY COMMANDS LINES [PRIVILEGES]\n"
         "Writes definitions.json, privileges.json, lines.txt (top-level commands) and configuration.txt (blocks of\n"
-        "a mode's entry, eight settings and \"exit\").\n",
+        "a mode's entry, eight settings and \"exit\"), and routing.json, a document of 33 000 nodes whatever the "
+        "numbers.\n",
         stderr);
     return 2;
   }
@@ -51,6 +54,7 @@ int main(int argc, char **argv) {
   }
   const bool written = write(directory + "/definitions.json", bench::definitions(shape)) &&
                        write(directory + "/privileges.json", bench::privileges(shape)) &&
+                       write(directory + "/routing.json", bench::routing(kRoutingModes)) &&
                        write(directory + "/lines.txt", joined(command_lines)) &&
                        write(directory + "/configuration.txt", joined(bench::configuration(shape, lines)));
   return written ? 0 : 1;

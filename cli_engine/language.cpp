@@ -2,7 +2,9 @@
 // lead there for good.
 #include "cli_engine/language.hpp"
 
+#include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <new>
 
 #include "cli_engine/engine_state.hpp"
@@ -55,7 +57,8 @@ void put_top_below(const cli_language &language, cli_node *root) {
   }
 }
 
-// Takes the tree from the engine that has it, and keeps for it what it leaves there.
+// Takes the tree from the engine that has it, and keeps for it what it leaves there: but for the top level's place below
+// that engine's root, which only the next one changes.
 void give_back(cli_language &language) {
   cli *const owner = language.owner;
   if (owner == nullptr) {
@@ -72,7 +75,6 @@ void give_back(cli_language &language) {
     mode = next;
   }
   marks_of_root(owner->root)->park();
-  put_top_below(language, &language.home.root);
   language.owner = nullptr;
 }
 
@@ -127,6 +129,7 @@ cli_language *load(cli_language *language, validator_typesystem *types, const cl
        word = next_choice(*word)) {
     language->top.push_back(word);
   }
+  std::sort(language->top.begin(), language->top.end(), std::less<>());  // walked in the order of the memory
   marks_of(&language->home.root).language = language;
   return language;
 }
@@ -261,6 +264,7 @@ void leave_language(cli *engine) {
   }
   take_over(engine);
   give_back(*session->language);
+  put_top_below(*session->language, &session->language->home.root);
   engine->root.subconfig.choices.root = nullptr;
   state_of(engine)->session = nullptr;
   release(session);
