@@ -112,8 +112,15 @@ static inline cli *cli_init_checked(cli *engine, validator_typesystem *types, js
   return cli_init(engine, types, definitions, context, privileges);
 }
 
-/* Hosts call cli_init_checked by this name. */
+/* The same for an engine on a language. */
+static inline cli *cli_init_language_checked(cli *engine, cli_language *language, void *context) {
+  cli_engine_check_layout(CLI_ENGINE_LAYOUT, sizeof(cli));
+  return cli_init_language(engine, language, context);
+}
+
+/* Hosts call them by these names. */
 #define cli_init cli_init_checked
+#define cli_init_language cli_init_language_checked
 #endif
 
 /* Takes the engine down; the record stays the host's. Harmless for null and an engine that is not up. */

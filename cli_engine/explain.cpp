@@ -5,6 +5,7 @@
 #include "cli_engine/completion.h"
 #include "cli_engine/display.hpp"
 #include "cli_engine/engine_state.hpp"
+#include "cli_engine/language_table.hpp"
 #include "cli_engine/matchers.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/parser.hpp"
@@ -19,7 +20,6 @@ constexpr int kMostNearWords = 3;
 constexpr int kMostModes = 3;
 constexpr int kMostCandidates = 10;
 constexpr std::size_t kMostQuoted = 32;  // words that are tried as one text
-constexpr std::int32_t kHighestLevel = 15;
 
 bool encloses(const cli_node *mode, const cli_node *node) {
   while (node != nullptr && node != mode) {
@@ -344,10 +344,10 @@ class Explanation {
   // ---- Levels ----
 
   void name_level() {
-    if (privilege_ >= kHighestLevel) {
+    if (privilege_ >= kHighestPrivilege) {
       return;
     }
-    trial_.run(line_as_it_was(), engine_.current, kHighestLevel);
+    trial_.run(line_as_it_was(), engine_.current, kHighestPrivilege);
     if (trial_.rest() >= rest_) {
       return;
     }

@@ -1,5 +1,6 @@
 // A language that engines share. Its tree stands below a root of its own while no engine has it; the links of its "do"
 // lead there for good.
+#define CLI_ENGINE_NO_LAYOUT_CHECK  // this is what the check stands before
 #include "cli_engine/language.hpp"
 
 #include <algorithm>
@@ -57,8 +58,8 @@ void put_top_below(const cli_language &language, cli_node *root) {
   }
 }
 
-// Takes the tree from the engine that has it, and keeps for it what it leaves there: but for the top level's place below
-// that engine's root, which only the next one changes.
+// Takes the tree from the engine that has it, and keeps for it what it leaves there: but for the top level's place
+// below that engine's root, which only the next one changes.
 void give_back(cli_language &language) {
   cli *const owner = language.owner;
   if (owner == nullptr) {
@@ -120,7 +121,8 @@ cli_language *new_language(const cli_language_source &source) {
 // Null, and the language released, when there were errors.
 cli_language *load(cli_language *language, validator_typesystem *types, const cli_language_source &source,
                    const Value &definitions, const Value &privileges, Faults &faults) {
-  load_tree(&language->home, {types, definitions, privileges, source.handlers, source.flags, &faults});
+  load_tree(&language->home, {types, definitions, privileges, source.handlers, source.flags, &faults,
+                              language->is_from_text ? &language->text : nullptr});
   if (faults.errors() > 0) {
     cli_language_free(language);
     return nullptr;

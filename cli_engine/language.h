@@ -68,7 +68,8 @@ typedef struct cli_language_source {
  * entries of the privilege table without a command. Prints nothing and never ends the process, but for exhausted
  * memory. The registry must outlive the language. Nodes have no `definition`: see cli_node_definition. The file of the
  * definitions stays open: definitions and places are read from it again when they are asked for. One that is replaced
- * by a new file (as good tools write) stays what it was; of one that is written over, nothing is told any more. */
+ * by a new file (as good tools write) stays what it was; of one that is written over, nothing is told any more. A
+ * number that comes near the end of a double's range is a fault, also one like 0e999. */
 CLI_API cli_language *cli_language_load(validator_typesystem *types, const cli_language_source *source,
                                         cli_report report, void *data);
 

@@ -18,6 +18,7 @@
 #include "cli_engine/node.hpp"
 #include "cli_engine/privilege_index.hpp"
 #include "cli_engine/prompt.hpp"
+#include "cli_engine/text_document.hpp"
 #include "cli_engine/validator.hpp"
 #include "libglobal/dyn_string.hpp"
 #include "libglobal/report.hpp"
@@ -185,13 +186,11 @@ class Loader {
     }
   }
 
-  // Every definition of an object, below engine->current.
-  void import_subconfig(const Value &definitions, const Frame *outer) {
-    definitions.for_each_member([&](const Member &member) {
-      if (!is_comment(member)) [[likely]] {
-        import_definition(member, outer);
-      }
-    });
+  // A member of the document or of "#commands", below engine->current.
+  void import(const Member &member, const Frame *outer) {
+    if (!is_comment(member)) [[likely]] {
+      import_definition(member, outer);
+    }
   }
 
  private:
@@ -405,7 +404,7 @@ class Loader {
       cli_node *const outer = engine_->current;
       const OuterNames::Mark names = outer_.descend(outer, node);
       engine_->current = node;
-      import_subconfig(commands, &frame);
+      commands.for_each_member([&](const Member &member) { import(member, &frame); });
       engine_->current = outer;
       outer_.ascend(names);
     }
@@ -669,7 +668,12 @@ class Loader {
 
 void load_tree(cli *engine, const LoadSource &source) {
   Loader loader(engine, source);
-  loader.import_subconfig(source.definitions, nullptr);
+  source.definitions.for_each_member([&](const Member &member) {
+    if (source.text != nullptr) {
+      source.text->release_before(*member.name_item);
+    }
+    loader.import(member, nullptr);
+  });
   loader.report_unmatched_privileges();
 }
 

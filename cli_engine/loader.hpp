@@ -15,6 +15,7 @@ struct LoadSource {
   const cli_handler_entry *handlers;  // may be null
   std::uint32_t flags;                // CLI_HANDLERS_ONLY counts
   Faults *faults;                     // takes the faults; null: the first one ends the process
+  TextDocument *text = nullptr;       // whose values the definitions are, and which may give up what was read
 };
 
 // Loads every definition below the engine's root. When there were errors the tree is good for nothing but its release.

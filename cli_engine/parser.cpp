@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "cli_engine/language_table.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/tokenizer.hpp"
 #include "libglobal/report.hpp"
@@ -13,9 +14,6 @@ namespace cli_engine {
 namespace {
 
 constexpr const char *kSource = kParserSource;
-
-// Aliases may stand for aliases; a line in which more are met than this is refused.
-constexpr int kMostExpansions = 16;
 
 bool is_visible(const parser &p, const cli_node &choice) {
   return choice.privilege <= p.privilege;

@@ -1,6 +1,7 @@
 #include "cli_engine/text_document.hpp"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -85,6 +86,16 @@ Value follow(Value value, std::string_view path) {
   }
 }
 
+// Whole pages between two places, without the first one, which may hold what the allocator or the root needs.
+void give_pages_back(const void *from, const void *to) {
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const std::uintptr_t start = (reinterpret_cast<std::uintptr_t>(from) / page + 1) * page;
+  const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(to) / page * page;
+  if (start < end) {
+    madvise(reinterpret_cast<void *>(start), end - start, MADV_DONTNEED);
+  }
+}
+
 std::size_t count_breaks(const char *text, std::size_t size) {
   return static_cast<std::size_t>(std::count(text, text + size, '\n'));
 }
@@ -157,6 +168,15 @@ void TextDocument::release_values() {
   std::free(decoded_);
   decoded_ = nullptr;
   TextItems().swap(items_);
+}
+
+void TextDocument::release_before(const TextItem &item) {
+  constexpr std::size_t kWorthIt = std::size_t{256} * 1024;
+  if (item.offset - released_ >= kWorthIt) {
+    released_ = item.offset;
+    give_pages_back(decoded_, decoded_ + item.offset);
+    give_pages_back(items_.data(), &item);
+  }
 }
 
 // Reads the file's text into decoded_; false with the reason.

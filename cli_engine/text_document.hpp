@@ -29,6 +29,9 @@ class TextDocument {
   [[nodiscard]] Value root() const { return {items_.data(), decoded_}; }
   void release_values();
 
+  // Gives back most of the memory of what stands before an item, but for the root: nobody looks at that again.
+  void release_before(const TextItem &item);
+
   [[nodiscard]] const char *file() const { return file_; }
 
   // 1-based; left as they are when the text cannot be read again.
@@ -54,6 +57,7 @@ class TextDocument {
   std::size_t size_ = 0;
   char *decoded_ = nullptr;
   TextItems items_;
+  std::size_t released_ = 0;                    // how far decoded_ was given up
   mutable Vector<std::uint32_t> lines_before_;  // line breaks before each block of the text; made when asked for
 };
 

@@ -25,8 +25,8 @@ extern "C" {
 CLI_API const char *cli_engine_version(void);
 
 /* Ends the process through the assertion report when the host was compiled for another layout of the records than the
- * library's: its CLI_ENGINE_LAYOUT, and the size that it gives the engine record. cli_init does this by itself in every
- * host that is compiled with cli_engine.h. */
+ * library's: its CLI_ENGINE_LAYOUT, and the size that it gives the engine record. cli_init and cli_init_language do
+ * this by themselves in every host that is compiled with cli_engine.h. */
 CLI_API void cli_engine_check_layout(unsigned layout, size_t record_size);
 
 #ifdef __cplusplus

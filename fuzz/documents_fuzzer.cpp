@@ -54,14 +54,6 @@ void load_texts(std::string_view definitions, std::string_view privileges) {
   cli_language *language = cli_language_load(types, &source, count_error, &errors);
   speak(language, errors);
   cli_language_free(language);
-
-  const fuzz::Json document(json_loadb(definitions.data(), definitions.size(), JSON_ALLOW_NUL, nullptr));
-  const fuzz::Json table(json_loadb(privileges.data(), privileges.size(), JSON_DECODE_ANY, nullptr));
-  if (document == nullptr) return;
-  errors = 0;
-  language = cli_language_from_json(types, document.get(), table.get(), &source, count_error, &errors);
-  speak(language, errors);
-  cli_language_free(language);
 }
 
 void load_written(fuzz::Source &source) {

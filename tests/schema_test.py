@@ -9,6 +9,7 @@ MUTATION_TEST is the checker's mutation test: it writes changed documents and th
 import glob
 import json
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -77,6 +78,30 @@ class SchemaTest(unittest.TestCase):
         for name, validator in VALIDATORS.items():
             jsonschema.Draft202012Validator.check_schema(validator.schema)
             self.assertEqual(without_description(validator.schema, name), [])
+
+    def test_schema_and_reference_have_the_members_of_the_library_s_table(self):
+        with open(os.path.join(PROJECT, "cli_engine/language_table.hpp"), encoding="utf-8") as file:
+            table = file.read()
+        with open(os.path.join(PROJECT, "docs/definitions.md"), encoding="utf-8") as file:
+            reference = file.read()
+        rows = re.findall(r'\{"(#\w+)", (.*), ReadAs::k(\w+)\}', table)
+        self.assertEqual(len(rows), table.count('{"#'))
+        types = set(re.findall(r'\{"(\w+)", BASETYPE', table)) | {"key", "container"}
+        schema_of = VALIDATORS["definition"].schema["$defs"]
+        for kind, readers in (("definition", "Mode|Alias|Command|Definition"),
+                              ("argument", "Key|Group|Value|Text|Number|Argument")):
+            members = {name: read_as for name, by, read_as in rows if re.search(f"kBy({readers})", by)}
+            properties = schema_of[kind]["properties"]
+            self.assertEqual(properties.keys(), members.keys())
+            part = reference.split(f"\n### A{'n' * (kind[0] == 'a')} {kind}\n")[1].split("\n### ")[0]
+            listed = [name for row in re.findall(r"^\| (`#.*?) \|", part, re.M) for name in re.findall(r"#\w+", row)]
+            self.assertEqual(sorted(listed), sorted(members))
+            for name, read_as in members.items():
+                if "type" in properties[name] and read_as != "Any":
+                    self.assertEqual(properties[name]["type"], {"Text": "string"}.get(read_as, read_as.lower()), name)
+        part = reference.split("\n### Types\n")[1].split("\n### ")[0]
+        rows = re.findall(r"^\| (`.*?) \|", part, re.M)
+        self.assertEqual({name for row in rows for name in re.findall(r"`(\w+)`", row)} | {"key", "container"}, types)
 
     def test_good_samples_are_accepted(self):
         for path in samples("schema/samples/good/*.json") + samples("examples/router/*.json"):
