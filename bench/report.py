@@ -143,6 +143,18 @@ def limits_table(times, counts, router):
     reading, both = times["load/read_alone"], times["load/read_and_load"]
     ratio = max(both.figures[size] / reading.figures[size] for size in both.figures)
     limit("reading and loading against reading alone", 1.6, "times", ratio, "`load/read_and_load`")
+    def against(path, other):
+        return max(times[path].figures[size] / times[other].figures[size] for size in times[other].figures)
+
+    limit("a language from text to its first line against Jansson's reading alone", 0.35, "times",
+          against("text/routing_first_line", "text/routing_jansson"), "`text/routing_first_line`")
+    limit("a node of a language from text, all included", 300, "bytes",
+          float(times["text/routing_first_line"].memory()[1]), "`text/routing_first_line`")
+    limit("a further engine on a language", 30000, "ns", *worst(times, ["language/engine"]))
+    limit("a further engine on a language", 65536, "bytes", max(times["language/engine"].whole.values()),
+          "`language/engine`")
+    limit("a line after a change of engine against one without", 1.5, "times",
+          against("language/line_after_change", "language/line"), "`language/line_after_change`")
     limit("a cell, built and drawn", 333, "ns", *worst(times, ["table/build_and_draw"]))
     limit("a node without its texts", 208, "bytes", float(times["load/siblings"].memory()[0]), "`load/siblings`")
     limit("a line in the pager beyond its text", 96, "bytes", float(times["pager/feed_anew"].memory()[0]),

@@ -239,16 +239,7 @@ class Loader {
 
   [[gnu::noinline]] Declared declare(const Member &member, std::string_view path, const char *name, Frame &frame) {
     const Place place(faults_, frame);
-    const char *const key = member.name;
-    const std::size_t length = std::strlen(key);
-    if (length == 0 || length > kLongestKey) {
-      if (ends_process()) {
-        log_assert_fmt("(__commandlength > 0) && (__commandlength < 4096)", kSource, kImport,
-                       "Invalid string: %s (with length %zu)", key, length);
-      }
-      place.add_at(offset_of(member), "key-length", "the key has ", static_cast<std::int64_t>(length), " bytes; 1 to ",
-                   static_cast<std::int64_t>(kLongestKey), " are allowed");
-    }
+    check_key(member, place);
     cli_node *parent = find_parent(path, member, frame);
     const bool has_place = parent != nullptr;
     if (!has_place) {
@@ -275,36 +266,26 @@ class Loader {
       mode_prompt = "";
     }
     const int32_t privilege =
-        has_place ? privilege_of(key, *parent, prompt.is_given(), mode_prompt, frame) : parent->privilege;
-    const cli_handler handler = find_handler(key, definition[MemberId::kHandler], place);
+        has_place ? privilege_of(member.name, *parent, prompt.is_given(), mode_prompt, frame) : parent->privilege;
+    const cli_handler handler = find_handler(member.name, definition[MemberId::kHandler], place);
 
-    const Origin origin = origin_of(member.value, member.name_item);
-    cli_node *node = nullptr;
-    switch (type) {
-      case TYPE_SUBCONFIG:
-        libglobal::require(mode_prompt != nullptr, "new_prompt", kSource, kImport);
-        node = new_node(origin, name, help_text, TYPE_SUBCONFIG);
-        node->subconfig.prompt = json_incref(kept_prompt.get());
-        node->subconfig.handler = handler;
-        node->privilege = privilege;
-        break;
-      case TYPE_ALIAS:
-        node = new_node(origin, name, "", TYPE_ALIAS);
-        set_alias(*node, definition[MemberId::kAlias].text());
-        break;
-      case TYPE_COMMAND:
-        node = new_command_node(origin, name, help_text, privilege, handler);
-        break;
-      default:
-        node = new_node(origin, name, help_text, TYPE_WORD);
-        node->privilege = privilege;
-        break;
-    }
+    const bool is_alias = type == TYPE_ALIAS;
+    libglobal::require(type != TYPE_SUBCONFIG || mode_prompt != nullptr, "new_prompt", kSource, kImport);
+    cli_node *node = new_node(origin_of(member.value, member.name_item), name, is_alias ? "" : help_text, type);
     node->mode_prompt = mode_prompt;
+    if (is_alias) {
+      set_alias(*node, definition[MemberId::kAlias].text());
+    } else {
+      node->privilege = privilege;
+    }
+    if (type == TYPE_SUBCONFIG || type == TYPE_COMMAND) {
+      node->subconfig.handler = handler;
+      node->subconfig.prompt = json_incref(kept_prompt.get());
+    }
     load_command_args(node, definition, place, frame);
 
     Value commands = definition[MemberId::kCommands];
-    if (type == TYPE_ALIAS && commands.has_members() && !ends_process()) {
+    if (is_alias && commands.has_members() && !ends_process()) {
       place.add("alias-commands", commands, "an alias cannot have \"#commands\"");
       commands = {};
     }
@@ -313,11 +294,28 @@ class Loader {
     }
     const bool is_reachable = has_place && append_node_choice(parent, node);
     if (has_place && !is_reachable && !ends_process()) {
-      Reporter(faults_, Source::kDefinitions, &frame, CLI_WARNING)
-          .add_at(offset_of(member), "unreachable-name", "cannot be reached: the word ",
-                  Quoted{name_of(*find_choice(*choices_of(*parent), name_of(*node)))}, " is declared before it");
+      report_hidden(*node, member, frame);
     }
     return {node, commands, has_sound_prompt ? prompt : Value{}, is_reachable};
+  }
+
+  void check_key(const Member &member, const Place &place) const {
+    const std::size_t length = std::strlen(member.name);
+    if (length > 0 && length <= kLongestKey) [[likely]] {
+      return;
+    }
+    if (ends_process()) {
+      log_assert_fmt("(__commandlength > 0) && (__commandlength < 4096)", kSource, kImport,
+                     "Invalid string: %s (with length %zu)", member.name, length);
+    }
+    place.add_at(offset_of(member), "key-length", "the key has ", static_cast<std::int64_t>(length), " bytes; 1 to ",
+                 static_cast<std::int64_t>(kLongestKey), " are allowed");
+  }
+
+  void report_hidden(const cli_node &node, const Member &member, const Frame &frame) const {
+    Reporter(faults_, Source::kDefinitions, &frame, CLI_WARNING)
+        .add_at(offset_of(member), "unreachable-name", "cannot be reached: the word ",
+                Quoted{name_of(*find_choice(*choices_of(*node.parent), name_of(node)))}, " is declared before it");
   }
 
   static std::uint32_t offset_of(const Member &member) {

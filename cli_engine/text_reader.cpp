@@ -75,6 +75,19 @@ std::size_t sound_bytes(const char *text, std::size_t size) {
   return at;
 }
 
+// By the backslashes, which most texts hold few of.
+bool holds_numbered_escape(const char *text, std::size_t size) {
+  const char *const end = text + size;
+  while (text < end) {
+    const auto *const at = static_cast<const char *>(std::memchr(text, '\\', static_cast<std::size_t>(end - text)));
+    if (at == nullptr || at[1] == 'u') {
+      return at != nullptr;
+    }
+    text = at + 2;
+  }
+  return false;
+}
+
 // ---- Events of the reader -> items ----
 
 struct Allocator {
@@ -98,7 +111,7 @@ class Handler {
  public:
   Handler(const char *text, std::size_t size, Stream &stream, TextItems &items, Vector<std::uint32_t> &repeated)
       : text_(text),
-        has_numbered_escapes_(memmem(text, size, "\\u", 2) != nullptr),
+        has_numbered_escapes_(holds_numbered_escape(text, size)),
         stream_(stream),
         items_(items),
         repeated_(repeated) {}
