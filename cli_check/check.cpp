@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "cli_check/rules.hpp"
+#include "libglobal/resembling.hpp"
 
 namespace cli_check {
 
@@ -15,6 +16,9 @@ struct LanguageRelease {
   void operator()(cli_language *language) const { cli_language_free(language); }
 };
 using LanguageRef = std::unique_ptr<cli_language, LanguageRelease>;
+
+// A comment of the document that names rules which are not looked at.
+constexpr const char *kIgnored = "//check-ignore";
 
 // The engine of a language while rules look at it.
 class Engine {
@@ -44,7 +48,17 @@ class Check {
   explicit Check(const Request &request)
       : request_(request),
         definitions_(request.definitions, request.definitions_text),
-        privileges_(request.privileges.value_or(""), request.privileges_text) {}
+        privileges_(request.privileges.value_or(""), request.privileges_text),
+        ignored_(request.ignored) {
+    for (const Part &rule : definitions_.root().find(kIgnored).parts()) {
+      if (is_rule(rule.view())) {
+        ignored_.insert(rule.string());
+      } else {
+        findings_.add({CLI_WARNING, "unread-member", request.definitions, rule.place(), quoted(kIgnored),
+                       "no rule that warns is named " + quoted(rule.view())});
+      }
+    }
+  }
 
   Findings run() {
     const LanguageRef language = load();
@@ -77,7 +91,7 @@ class Check {
     }
     if (finding.rule == "unmatched-privilege") {
       unmatched_.push_back(std::move(finding));
-    } else if (finding.severity == CLI_ERROR || !request_.ignored.contains(finding.rule)) {
+    } else if (finding.severity == CLI_ERROR || !ignored_.contains(finding.rule)) {
       add_fault(std::move(finding));
     }
   }
@@ -102,7 +116,13 @@ class Check {
     }
     for (Finding &finding : unmatched_) {
       const Part entry = privileges_.part_at(finding.place);
-      const auto found = similar.find(in_small_letters(entry.find("Name").string()));
+      const std::string name = in_small_letters(entry.find("Name").string());
+      auto found = similar.find(name);
+      if (found == similar.end()) {
+        found = std::find_if(similar.begin(), similar.end(), [&](const auto &row) {
+          return row.first.substr(0, 1) == name.substr(0, 1) && libglobal::resembles(name, row.first);
+        });
+      }
       if (found != similar.end() && finding.text.starts_with("there is no")) {
         const char *prompt = cli_get_parent_subconfig(const_cast<cli_node *>(found->second))->mode_prompt;
         finding.text += "; did you mean the \"Name\" " + quoted(words_in_mode(*found->second)) +
@@ -125,11 +145,11 @@ class Check {
     scope.declarations = declarations_of(definitions_, request_.types);
     std::vector<Declaration> entries = entries_of(privileges_);
     std::move(entries.begin(), entries.end(), std::back_inserter(scope.declarations));
-    if (!request_.ignored.contains("unmatched-privilege")) {
+    if (!ignored_.contains("unmatched-privilege")) {
       add_unmatched(scope);
     }
     for (const Rule &rule : all_rules()) {
-      if (!request_.ignored.contains(std::string(rule.name))) {
+      if (!ignored_.contains(std::string(rule.name))) {
         scope.rule = &rule;
         apply(rule, scope);
       }
@@ -155,6 +175,7 @@ class Check {
   const Request &request_;
   Text definitions_;
   Text privileges_;
+  std::set<std::string> ignored_;
   std::set<std::pair<std::string, Place>> repeated_;
   std::set<std::string> foreign_types_;
   std::vector<Finding> unmatched_;  // until the commands are known that may have been meant

@@ -164,19 +164,20 @@ namespace {
 
 // ---- Members that the language does not have ----
 
-// The known member whose name was misspelt, or null.
-const MemberRow *resembled(std::string_view name, std::span<const MemberRow> known) {
+// The known member whose name was misspelt or broken off, or null.
+const MemberRow *resembled(std::string_view name, std::span<const MemberRow> known, unsigned reader) {
   const auto bare = [](std::string_view text) { return text.starts_with('#') ? text.substr(1) : text; };
   const auto meant = std::find_if(known.begin(), known.end(), [&](const MemberRow &row) {
-    return libglobal::resembles(bare(name), bare(row.name));
+    return libglobal::resembles(bare(name), bare(row.name)) ||
+           (name.starts_with('#') && name.size() > 3 && row.name.starts_with(name) && (row.readers & reader) != 0);
   });
   return meant == known.end() ? nullptr : &*meant;
 }
 
 // The host may have members of its own where `is_open`; those with a "#" are the engine's.
 void look_at_unknown(const Scope &scope, const std::string &where, const Member &member,
-                     std::span<const MemberRow> known, bool is_open) {
-  const MemberRow *meant = resembled(member.name, known);
+                     std::span<const MemberRow> known, bool is_open, unsigned reader = ~0U) {
+  const MemberRow *meant = resembled(member.name, known, reader);
   if (meant != nullptr) {
     scope.add(member.key, where,
               "nothing reads " + quoted(member.name) + "; did you mean " + quoted(meant->name) + "?");
@@ -307,7 +308,7 @@ void unread_member(const Scope &scope, const Declaration &declaration) {
       look_at_unknown(scope, declaration.where, member,
                       declaration.kind == Kind::kEntry ? std::span<const MemberRow>(cli_engine::kPrivilegeMembers)
                                                        : std::span<const MemberRow>(cli_engine::kMembers),
-                      true);
+                      true, declaration.reader);
     }
   }
   visit_inner(declaration, [&](const Part &object, std::span<const MemberRow> known) {
@@ -315,6 +316,15 @@ void unread_member(const Scope &scope, const Declaration &declaration) {
   });
   if (declaration.kind < Kind::kEntry) {
     look_at_replacements(scope, declaration, declaration["#help"]);
+  }
+}
+
+// Blanks that a path passes over count when a privilege entry is looked up.
+void blank_in_key(const Scope &scope, const Declaration &declaration) {
+  const std::string_view key = declaration.place.view();
+  if (declaration.kind <= Kind::kWord && key != joined("", key)) {
+    scope.add(declaration.place, declaration.where,
+              "the key has a blank at an end or two in a row; entries of a privilege table must have them too");
   }
 }
 

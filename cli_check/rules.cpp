@@ -8,6 +8,7 @@ namespace {
 
 constexpr Rule kRules[] = {
     {"unread-member", CLI_WARNING, rules::unread_member},
+    {"blank-in-key", CLI_WARNING, rules::blank_in_key},
     {"misplaced-definition", CLI_WARNING, rules::misplaced_definition},
     {"ignored-member", CLI_WARNING, rules::ignored_member},
     {"ignored-value", CLI_WARNING, rules::ignored_value},
@@ -39,9 +40,12 @@ constexpr Rule kRules[] = {
     {"overlapping-values", CLI_WARNING, rules::overlapping_values},
     {"value-before-keyword", CLI_WARNING, rules::value_before_keyword},
     {"keyword-before-value", CLI_WARNING, rules::keyword_before_value},
+    {"refused-offer", CLI_WARNING, rules::refused_offer},
+    {"crossed-values", CLI_WARNING, rules::crossed_values},
     {"unreachable-entry", CLI_WARNING, rules::unreachable_entry},
     {"unread-privilege", CLI_WARNING, rules::unread_privilege},
     {"privilege-without-effect", CLI_WARNING, rules::privilege_without_effect},
+    {"shared-privilege", CLI_WARNING, rules::shared_privilege},
     {"unreachable-level", CLI_WARNING, rules::unreachable_level},
 };
 

@@ -99,6 +99,7 @@ namespace rules {
 
 // members.cpp: what nothing reads.
 void unread_member(const Scope &scope, const Declaration &declaration);
+void blank_in_key(const Scope &scope, const Declaration &declaration);
 void misplaced_definition(const Scope &scope, const Declaration &declaration);
 void ignored_member(const Scope &scope, const Declaration &declaration);
 void ignored_value(const Scope &scope, const Declaration &declaration);
@@ -138,11 +139,14 @@ void hidden_value(const Scope &scope, const cli_node &node);
 void overlapping_values(const Scope &scope, const cli_node &node);
 void value_before_keyword(const Scope &scope, const cli_node &node);
 void keyword_before_value(const Scope &scope, const cli_node &node);
+void refused_offer(const Scope &scope, const cli_node &node);
+void crossed_values(const Scope &scope, const cli_node &node);
 void unreachable_entry(const Scope &scope, const cli_node &node);
 
 // privileges.cpp: entries of the privilege table that have no effect.
 void unread_privilege(const Scope &scope, const Declaration &entry);
 void privilege_without_effect(const Scope &scope, const Declaration &entry);
+void shared_privilege(const Scope &scope);
 void unreachable_level(const Scope &scope, const cli_node &node);
 
 }  // namespace rules

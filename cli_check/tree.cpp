@@ -126,9 +126,6 @@ void append_nodes_below(cli_node &node, std::vector<cli_node *> &out) {
 
 // ---- Candidates ----
 
-namespace {
-
-// What can begin an argument, in the order in which the parser asks.
 void append_first(const cli_node &argument, const cli_node *member, bool only_first, Candidates &out) {
   if (argument.type != TYPE_CONTAINER) {
     out.push_back({&argument, member, only_first});
@@ -145,30 +142,6 @@ void append_first(const cli_node &argument, const cli_node *member, bool only_fi
   }
 }
 
-// What can still be given when nothing is missing any more.
-void append_last(const cli_node &argument, Candidates &out) {
-  if (argument.type == TYPE_CONTAINER && is_exclusive(argument)) {
-    for (const cli_node &alternative : args_of(argument)) {
-      append_last(alternative, out);
-    }
-    return;
-  }
-  const cli_node *last_required = nullptr;
-  for (const cli_node &inner : args_of(argument)) {
-    last_required = is_optional(inner) ? last_required : &inner;
-  }
-  if (last_required != nullptr) {
-    append_last(*last_required, out);
-  }
-  const cli_node *next = last_required == nullptr ? cli_node_first_arg(&argument) : cli_node_next_arg(last_required);
-  for (; next != nullptr; next = cli_node_next_arg(next)) {
-    append_first(*next, next, true, out);
-    append_last(*next, out);
-  }
-}
-
-}  // namespace
-
 std::vector<Contest> contests_of(const cli_node &group) {
   std::vector<Contest> contests;
   Candidates run;
@@ -183,18 +156,22 @@ std::vector<Contest> contests_of(const cli_node &group) {
 }
 
 bool may_stay_open(const cli_node &argument) {
-  Candidates last;
-  append_last(argument, last);
-  return !last.empty();
-}
-
-Candidates beside_words(const cli_node &argument) {
-  Candidates candidates;
-  if (is_optional(argument)) {
-    append_first(argument, &argument, true, candidates);
+  const auto is_empty = [](const cli_node &one) {
+    Candidates first;
+    append_first(one, &one, true, first);
+    return first.empty();
+  };
+  const bool is_choice = argument.type == TYPE_CONTAINER && is_exclusive(argument);
+  bool is_open = false;
+  bool ends_open = false;
+  for (const cli_node &inner : args_of(argument)) {
+    if (!is_choice && !is_optional(inner) && is_empty(inner)) {
+      return false;  // what is due and cannot be given
+    }
+    is_open = is_open || ((is_choice || !is_optional(inner)) && may_stay_open(inner));
+    ends_open = !is_choice && is_optional(inner);
   }
-  append_last(argument, candidates);
-  return candidates;
+  return (is_open || ends_open) && !is_empty(argument);
 }
 
 }  // namespace cli_check

@@ -117,8 +117,8 @@ struct Contest {
 // Can the argument be given and yet go on taking words of the line?
 [[nodiscard]] bool may_stay_open(const cli_node &argument);
 
-// What can be given where a word may stand as well, because nothing of a command's argument is missing there.
-[[nodiscard]] Candidates beside_words(const cli_node &argument);
+// What can begin an argument, in the order in which the parser asks.
+void append_first(const cli_node &argument, const cli_node *member, bool only_first, Candidates &out);
 
 }  // namespace cli_check
 

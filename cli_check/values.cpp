@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli_check/rules.hpp"
+#include "cli_check/trial.hpp"
 #include "cli_engine/json_ref.hpp"
 
 namespace cli_check {
@@ -143,6 +144,12 @@ void visit_pairs(const cli_node &group, const Visit &visit) {
   }
 }
 
+// Does the text go to the argument where the keyword may come?
+bool takes(const Scope &scope, const cli_node &taker, const cli_node &key, std::string_view text) {
+  const std::optional<std::string> before = line_before(key);
+  return before && Typed(scope.engine, owner_of(key), *before + std::string(text)).last() == &taker;
+}
+
 // Calls visit(key, value, is_before) for the keywords of each contest and the values beside them; `is_before`: the
 // parser asks the value first.
 template <class Visit>
@@ -174,8 +181,8 @@ void hidden_value(const Scope &scope, const cli_node &node) {
     const bool later_wins = later.is_required() && !earlier.is_required();
     const Value &hidden = later_wins ? earlier : later;
     const Value &taker = later_wins ? later : earlier;
-    if ((later_wins || is_exclusive(node)) && hidden.only_first() && taker.covers(hidden) &&
-        said.insert(&hidden.node()).second) {
+    const bool is_closed = is_exclusive(node) || (later_wins && !is_optional(*taker.member()));
+    if (is_closed && hidden.only_first() && taker.covers(hidden) && said.insert(&hidden.node()).second) {
       scope.add(hidden.node(), "is never taken: " + in_words(taker.node()) + " takes the same texts");
     }
   });
@@ -194,34 +201,80 @@ void overlapping_values(const Scope &scope, const cli_node &node) {
   });
 }
 
-// A required value that the parser asks earlier keeps the word.
+// A required value that the parser asks earlier keeps the word. To put it last cures this for all keywords at once.
 void value_before_keyword(const Scope &scope, const cli_node &node) {
   std::set<const cli_node *> said;
   visit_keywords(node, [&](const Candidate &key, const Value &value, bool is_before) {
-    const std::string_view name = name_of(*key.node);
-    if (is_before && value.is_required() && key.only_first && !name.empty() && value.accepts(name) &&
-        said.insert(key.node).second) {
+    if (is_before && value.is_required() && !said.contains(&value.node()) &&
+        takes(scope, value.node(), *key.node, name_of(*key.node))) {
+      said.insert(&value.node());
       scope.add(*key.node, "the keyword's text is taken by " + in_words(value.node()) + ", which stands before it");
     }
   });
 }
 
-// Elsewhere the keyword is taken, and by each of its abbreviations.
+// Elsewhere the keyword is taken, and by each of its abbreviations. Of a text this is said for one keyword.
 void keyword_before_value(const Scope &scope, const cli_node &node) {
-  visit_keywords(node, [&](const Candidate &key, const Value &value, bool is_before) {
+  std::set<const cli_node *> said;
+  visit_keywords(node, [&](const Candidate &key, const Value &value, bool) {
     const std::string_view name = name_of(*key.node);
-    if (is_before && value.is_required()) {
+    const std::string text = accepted_beginning(value.node(), name.substr(0, name.size() - 1));
+    const std::string sample = sample_of(value.node()).value_or("");
+    if (text.empty() || sample.empty() || said.contains(&value.node()) || !takes(scope, *key.node, *key.node, text) ||
+        !takes(scope, value.node(), *key.node, sample)) {
       return;
     }
-    for (std::size_t length = 1; length < name.size(); ++length) {
-      if (value.accepts(name.substr(0, length))) {
-        return scope.add(scope.declaration(*key.node), in_words(*key.node),
-                         quoted(name.substr(0, length)) + ", which " + in_words(value.node()) +
-                             " accepts, is taken for this keyword's abbreviation",
-                         value.is_number() ? CLI_WARNING : CLI_NOTE);
-      }
+    if (!value.is_number()) {
+      said.insert(&value.node());
     }
+    scope.add(scope.declaration(*key.node), in_words(*key.node),
+              quoted(text) + ", which " + in_words(value.node()) + " accepts, is taken for this keyword's abbreviation",
+              value.is_number() ? CLI_WARNING : CLI_NOTE);
   });
+}
+
+// Help lists what can be typed next, also when another argument takes every text of it.
+void refused_offer(const Scope &scope, const cli_node &node) {
+  const std::optional<std::string> before =
+      node.type == TYPE_VALUE && node.parent->type == TYPE_KEY && is_optional(node) ? line_before(node) : std::nullopt;
+  const std::optional<std::string> sample = before ? sample_of(node) : std::nullopt;
+  if (!sample) {
+    return;
+  }
+  const Typed keyword(scope.engine, owner_of(node), *before);
+  const Typed typed(scope.engine, owner_of(node), *before + *sample);
+  const cli_node *taker = typed.last();
+  if (keyword.last() == node.parent && typed.taken.size() > keyword.taken.size() && taker->type == TYPE_VALUE &&
+      taker != &node && Value({taker, nullptr, true}).covers(Value({&node, nullptr, true}))) {
+    scope.add(node, "help offers it behind its keyword, but " + in_words(*taker) + " takes " + quoted(*sample) +
+                        " there, as every text of it");
+  }
+}
+
+// What is given in the order in which the syntax shows it may go elsewhere.
+void crossed_values(const Scope &scope, const cli_node &node) {
+  if (is_argument(node) || cli_node_first_arg(&node) == nullptr) {
+    return;
+  }
+  const std::optional<Steps> steps = steps_of(node, [](const cli_node &) { return true; });
+  if (!steps) {
+    return;
+  }
+  const Typed typed(scope.engine, node, line_of(*steps));
+  const bool are_meant = std::all_of(typed.taken.begin(), typed.taken.end(), [&](const cli_node *taken) {
+    return std::any_of(steps->begin(), steps->end(), [&](const Step &step) { return step.node == taken; });
+  });
+  if (typed.end != &node || typed.taken.size() != steps->size() || !are_meant) {
+    return;
+  }
+  for (std::size_t at = 0; at < steps->size(); ++at) {
+    const cli_node &meant = *(*steps)[at].node;
+    const cli_node &taken = *typed.taken[at];
+    if (&meant != &taken && &owner_of(meant) == &node && meant.type == TYPE_VALUE && taken.type == TYPE_VALUE) {
+      return scope.add(meant, "in " + quoted(line_of(*steps)) + ", in the order of the syntax, word " +
+                                  std::to_string(at + 1) + " is taken by " + in_words(taken) + " instead");
+    }
+  }
 }
 
 void unreachable_entry(const Scope &scope, const cli_node &node) {

@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "cli_check/rules.hpp"
+#include "cli_check/trial.hpp"
 
 namespace cli_check::rules {
 
@@ -42,55 +43,33 @@ bool expands_to_itself(const Scope &scope, const cli_node &alias) {
   return false;
 }
 
-// Words between the mode and the alias can be typed alone unless they require an argument.
-bool words_stand_alone(const cli_node &alias) {
-  for (const cli_node *at = alias.parent; at->type != TYPE_SUBCONFIG; at = at->parent) {
-    if (const cli_node *arg = cli_node_first_arg(at); arg != nullptr && !is_optional(*arg)) {
-      return false;
-    }
-  }
-  return true;
-}
-
-std::string line_of(const cli_node &alias) {
-  std::string line(alias.alias.alias);
-  for (const cli_node *at = alias.parent; at->type != TYPE_SUBCONFIG; at = at->parent) {
-    line.insert(0, " ").insert(0, at->name);
-  }
-  return line;
-}
-
-// Inside a mode what the line that entered it gave is given.
-void give_arguments(cli_node *mode, uint8_t given) {
-  for (; mode != nullptr; mode = cli_get_parent_subconfig(mode)) {
-    if (cli_node *arg = cli_node_first_arg(mode); arg != nullptr) {
-      arg->completed = given;
-    }
-  }
-}
-
-// The node that the alias selects when it is typed in its mode; or null, with the first word that does not fit.
+// The node that the alias selects when it is typed in its mode, or null; with the first word that does not fit, whether
+// the words before it get what they require or nothing.
 const cli_node *parse_alias(const Scope &scope, const cli_node &alias, std::string &misfit) {
-  cli *engine = scope.engine;
-  cli_node *mode = cli_get_parent_subconfig(const_cast<cli_node *>(&alias));
-  give_arguments(mode, 1);
-  tokenizer_run(&engine->tokenizer, line_of(alias).c_str(), -1);
-  parser_set_root(&engine->parser, mode);
-  parser_error error = {};
-  const cli_node *selected = parser_run(&engine->parser, &engine->tokenizer, &error);
-  give_arguments(mode, 0);
-  if (selected == nullptr && error.errcode != E_INCOMPLETE) {  // more may be typed after an alias
-    misfit = error.token == nullptr ? "" : std::string(error.token->text, error.token->len);
-    misfit = quoted(misfit);
+  Steps words = {{&alias, alias.alias.alias}};
+  for (const cli_node *at = alias.parent; at->type != TYPE_SUBCONFIG; at = at->parent) {
+    words.insert(words.begin(), Step{at, at->name});
   }
-  return selected;
+  std::optional<Steps> before = steps_of(alias, [](const cli_node &) { return false; });
+  if (!before) {
+    return nullptr;
+  }
+  before->back().text = alias.alias.alias;
+  for (const Steps &steps : {*before, words}) {
+    const Typed typed(scope.engine, alias, line_of(steps));
+    if (typed.end != nullptr || typed.code == E_INCOMPLETE) {  // more may be typed after an alias
+      misfit.clear();
+      return typed.end;
+    }
+    misfit = misfit.empty() ? quoted(typed.misfit) : misfit;
+  }
+  return nullptr;
 }
 
 template <class Visit>
 void visit_sound_aliases(const Scope &scope, const Visit &visit) {
   for (const cli_node *node : scope.nodes) {
-    if (node->type == TYPE_ALIAS && !first_word(node->alias.alias).empty() && words_stand_alone(*node) &&
-        !expands_to_itself(scope, *node)) {
+    if (node->type == TYPE_ALIAS && !first_word(node->alias.alias).empty() && !expands_to_itself(scope, *node)) {
       std::string misfit;
       const cli_node *selected = parse_alias(scope, *node, misfit);
       visit(*node, selected, misfit);
@@ -100,14 +79,17 @@ void visit_sound_aliases(const Scope &scope, const Visit &visit) {
 
 // ---- Abbreviations ----
 
-void look_at_abbreviations(const Scope &scope, const std::vector<Candidate> &sorted) {
+void look_at_abbreviations(const Scope &scope, const cli_node &group, const std::vector<Candidate> &sorted) {
   for (std::size_t at = 0; at + 1 < sorted.size(); ++at) {
     const Candidate &key = sorted[at];
     const Candidate &next = sorted[at + 1];
     // Two keywords inside one member are that member's affair; equal names that of another rule.
     if (begins_with(name_of(*next.node), name_of(*key.node)) && next.member != key.member &&
         !cli_engine::same_name(name_of(*next.node), name_of(*key.node))) {
-      scope.add(*key.node, "cannot be abbreviated: " + quoted(name_of(*next.node)) + " begins with the whole of it");
+      const bool is_always = is_exclusive(group) && key.only_first && next.only_first;
+      scope.add(*key.node,
+                std::string(is_always ? "cannot be abbreviated: " : "cannot be abbreviated beside the other: ") +
+                    quoted(name_of(*next.node)) + " begins with the whole of it");
     }
   }
 }
@@ -120,7 +102,7 @@ void look_at_keywords(const Scope &scope, const cli_node &group) {
     std::stable_sort(keys.begin(), keys.end(), [](const Candidate &a, const Candidate &b) {
       return WordOrder()(name_of(*a.node), name_of(*b.node));
     });
-    look_at_abbreviations(scope, keys);
+    look_at_abbreviations(scope, group, keys);
   }
 }
 

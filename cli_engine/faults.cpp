@@ -132,26 +132,28 @@ void append_quoted(DynString &out, std::string_view text) {
   libglobal::append(out, '"');
 }
 
-// "unsigned" means "unsignedInt", "ipv4address" means "IPv4Address": a beginning that only one name has counts too.
+void append_suggestion(DynString &out, std::string_view meant) {
+  libglobal::append(out, "; did you mean ");
+  append_quoted(out, meant);
+  libglobal::append(out, '?');
+}
+
+// "unsigned" means "unsignedInt", "ipv4address" means "IPv4Address", "integer" means "int": a beginning counts too.
 std::string_view resembled_type(std::string_view name, std::span<const std::string_view> known) {
   constexpr std::size_t kTellingBeginning = 3;
   std::string_view begun;
-  std::size_t beginnings = 0;
   for (const std::string_view other : known) {
     if (same_name(other, name)) {
       return other;
     }
-    if (name.size() >= kTellingBeginning && begins_with(other, name)) {
+    const bool is_begun = begins_with(other, name) || begins_with(name, other);
+    if (begun.empty() && is_begun && name.size() >= kTellingBeginning && other.size() >= kTellingBeginning) {
       begun = other;
-      beginnings++;
     }
-  }
-  if (beginnings == 1) {
-    return begun;
   }
   const auto near = std::find_if(known.begin(), known.end(),
                                  [&](std::string_view other) { return libglobal::resembles(name, other); });
-  return near == known.end() ? std::string_view{} : *near;
+  return near == known.end() ? begun : *near;
 }
 
 const MemberRow *resembled_member(std::string_view name, std::span<const MemberRow> known) {

@@ -101,6 +101,11 @@ class Reporter {
 // A text of the document as a message shows it: in quotes, on one line, not longer than a line.
 void append_quoted(DynString &out, std::string_view text);
 
+// "; did you mean "meant"?"
+void append_suggestion(DynString &out, std::string_view meant);
+// The same with the word of a set that was misspelt, if there is one.
+void suggest_word(const cli_node_set &choices, std::string_view word, DynString &out);
+
 // The name among `known` that was misspelt, or nothing.
 [[nodiscard]] std::string_view resembled_type(std::string_view name, std::span<const std::string_view> known);
 [[nodiscard]] const MemberRow *resembled_member(std::string_view name, std::span<const MemberRow> known);

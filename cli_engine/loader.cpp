@@ -361,12 +361,15 @@ class Loader {
 
   static void report_unknown_word(std::string_view word, const cli_node &parent, const Member &member,
                                   const Place &place) {
+    const libglobal::DynStringOwner suggestion(dyn_string_new());
+    suggest_word(*choices_of(parent), word, *suggestion);
     if (parent.parent == nullptr) {
       place.add_at(offset_of(member), "unknown-path", "the word ", Quoted{word},
-                   " is not declared before this definition");
+                   " is not declared before this definition", libglobal::view(*suggestion));
     } else {
       place.add_at(offset_of(member), "unknown-path", "the word ", Quoted{word},
-                   " is not declared before this definition below ", Quoted{name_of(parent)});
+                   " is not declared before this definition below ", Quoted{name_of(parent)},
+                   libglobal::view(*suggestion));
     }
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli_engine/faults.hpp"
 #include "cli_engine/node.hpp"
 #include "cli_engine/privilege_index.hpp"
 #include "libglobal/ptr_vector.hpp"
@@ -60,6 +61,14 @@ void NearWords::offer(std::string_view text) {
   count_ = std::min(count_ + 1, found_.size());
   std::copy_backward(found_.begin() + place, found_.begin() + count_ - 1, found_.begin() + count_);
   found_[place] = found;
+}
+
+void suggest_word(const cli_node_set &choices, std::string_view word, DynString &out) {
+  NearWords near(word, word.size() < 3 ? 0 : word.size() < 6 ? 1 : 2, true);  // short words are near to too many
+  near.offer_choices(choices, kHighestPrivilege);
+  if (near.begin() != near.end()) {
+    append_suggestion(out, near.begin()->text);
+  }
 }
 
 void NearWords::offer_choices(const cli_node_set &choices, std::int32_t privilege) {

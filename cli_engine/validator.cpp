@@ -279,9 +279,7 @@ void cli_engine::suggest_type(const validator_typesystem &types, std::string_vie
     names.push_back(other);
   }
   if (const std::string_view meant = resembled_type(name, names); !meant.empty()) {
-    libglobal::append(out, "; did you mean ");
-    append_quoted(out, meant);
-    libglobal::append(out, '?');
+    append_suggestion(out, meant);
   }
 }
 

@@ -26,12 +26,6 @@
 #include "cli_engine/cli_engine.h"
 #include "cli_engine/json_ref.hpp"
 
-// What every "#handler" of the documents is made to name: handlers are not the checker's business here.
-extern "C" __attribute__((visibility("default"))) int check_test_handler(cli *engine, cli_node *node);
-int check_test_handler(cli *, cli_node *) {
-  return 0;
-}
-
 namespace {
 
 using cli_engine::JsonRef;
@@ -54,8 +48,13 @@ std::string in_file(const std::string &name, const std::string &text) {
   return path;
 }
 
+// Handlers are not the checker's business here.
+int handle(cli *, cli_node *) {
+  return 0;
+}
+constexpr cli_handler_entry kAnyHandler[] = {{"*", handle}, {nullptr, nullptr}};
+
 CheckerVerdict checker_verdict(const Texts &texts, validator_typesystem *types) {
-  static constexpr cli_handler_entry kAnyHandler[] = {{"*", check_test_handler}, {nullptr, nullptr}};
   cli_check::Request request;
   request.types = types;
   request.handlers = kAnyHandler;
@@ -90,19 +89,6 @@ void visit_below(json_t *value, const Visit &visit) {
   }
 }
 
-json_t *read(const std::string &text) {
-  json_t *document = json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, nullptr);
-  if (!json_is_object(document)) {
-    _exit(1);
-  }
-  visit_below(document, [](std::string_view name, json_t *value) {
-    if (name == "#handler" && json_is_string(value)) {
-      json_string_set(value, "check_test_handler");
-    }
-  });
-  return document;
-}
-
 [[noreturn]] void load_and_exit(const Texts &texts, validator_typesystem *types) {
   const rlimit no_core = {0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
@@ -110,10 +96,15 @@ json_t *read(const std::string &text) {
     std::abort();
   }
   cli engine = {};
-  engine.exit_handler = check_test_handler;
-  engine.end_handler = check_test_handler;
-  const cli *loaded = cli_init(&engine, types, read(texts.definitions), nullptr, read(texts.privileges));
-  _exit(loaded != nullptr ? 0 : 1);
+  engine.exit_handler = handle;
+  engine.end_handler = handle;
+  engine.handlers = kAnyHandler;
+  const auto read = [](const std::string &text) {
+    return json_loadb(text.data(), text.size(), JSON_REJECT_DUPLICATES, nullptr);
+  };
+  json_t *const definitions = read(texts.definitions), *const privileges = read(texts.privileges);
+  const bool are_read = json_is_object(definitions) && json_is_object(privileges);
+  _exit(are_read && cli_init(&engine, types, definitions, nullptr, privileges) != nullptr ? 0 : 1);
 }
 
 enum class Verdict { kLoads, kRefused, kCrashed };
