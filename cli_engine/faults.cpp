@@ -141,12 +141,14 @@ void append_suggestion(DynString &out, std::string_view meant) {
 // "unsigned" means "unsignedInt", "ipv4address" means "IPv4Address", "integer" means "int": a beginning counts too.
 std::string_view resembled_type(std::string_view name, std::span<const std::string_view> known) {
   constexpr std::size_t kTellingBeginning = 3;
+  constexpr std::size_t kLongestEnding = 4;  // of "integer"; a host's "InterfaceName" is another word
   std::string_view begun;
   for (const std::string_view other : known) {
     if (same_name(other, name)) {
       return other;
     }
-    const bool is_begun = begins_with(other, name) || begins_with(name, other);
+    const bool is_begun =
+        begins_with(other, name) || (begins_with(name, other) && name.size() <= other.size() + kLongestEnding);
     if (begun.empty() && is_begun && name.size() >= kTellingBeginning && other.size() >= kTellingBeginning) {
       begun = other;
     }
