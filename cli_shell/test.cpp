@@ -1,5 +1,6 @@
 // cli-shell test: sessions and the output expected from them.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -64,6 +65,9 @@ void run_steps(const Script &script, MemoryFile &captured, int answers) {
   std::vector<HandlersLibrary> libraries = load_handlers_libraries(script.options.handlers);
   if (script.without_handlers) libraries = types_only(std::move(libraries));
   const std::string &path = script.options.operands[0];
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
+    throw UserError(path + ": is not a file");  // and may never end
   refuse_large(path);
   const JsonRef definitions(script.without_handlers ? nullptr : json_load_file(path.c_str(), 0, nullptr));
   const HandlerTable handlers(definitions.get(), libraries);

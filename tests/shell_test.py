@@ -86,6 +86,12 @@ class Options(Case):
         for option in ("--privileges FILE", "-c LINE", "--color WHEN", "| include REGEX"):
             self.assertIn(option, out)
         self.assertRegex(run("--version", language=())[0], r"^cli-shell \d+\.\d+\.\d+\n$")
+        with open(os.environ["PROJECT_DIR"] + "/docs/man/cli-shell.1", encoding="utf-8") as file:
+            page = file.read()
+        for tool, rows in re.findall(r"^Options(?: of (\w+))?:\n((?:  .*\n)+)", out, re.M):
+            described = page.split(f".It Cm {tool}\n")[1].split("\n.It Cm ")[0] if tool else page.split(".Ss Tools")[0]
+            for option in re.findall(r"^  -(\S+)", rows, re.M):
+                self.assertIn("Fl " + re.sub("^-", "\\\\-", option), described, tool)
 
     def test_a_fault_in_the_document_is_shown(self):
         bad = self.file("bad.json", b'{"x": {"#help": "X", "#handler": "no_\\u001bsuch"}}')

@@ -47,6 +47,7 @@ class Preview(Case):
     def test_what_cannot_be_done_is_one_line_and_status_2(self):
         missing = self.folder + "/missing"
         self.script("")
+        os.mkfifo(self.folder + "/pipe")
         cases = [(["preview", missing], "missing: No such file"), (["preview", self.folder], "Is a directory"),
                  (["check", missing], "missing: No such file"), (["reference", missing], "missing: No such file"),
                  (["preview", self.file("i", '{"a":')], "i:1:6: error: a value is due"),
@@ -60,6 +61,8 @@ class Preview(Case):
                  (["test", self.file("f", "> show\n")], "f:1: the script names no 'definition: FILE'"),
                  (["test", self.file("g", "definition: language.json\n> show\n~(\n")], "g:3: invalid regular expression"),
                  (["test", self.file("h", "definition: language.json\nhandlers: no.so\n> x\n")], "--handlers must name"),
+                 (["test", self.file("k", "definition: pipe\n> x\n")], "pipe: is not a file"),
+                 (["preview", self.file("large", b" " * 2 ** 24 + b"{}")], "large: the file is larger than 16777216 bytes"),
                  (["test", "--trust", self.file("h", "definition: language.json\nhandlers: no.so\n> x\n")],
                   "cannot load handlers")]
         for arguments, message in cases:
