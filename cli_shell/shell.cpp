@@ -113,7 +113,9 @@ bool Shell::run(const std::string &line, cli_replay_lines *text, const LineWatch
   cli *const engine = &record_.engine;
   const int level = parser_get_privilege(&engine->parser);
   std::string told;
+  bool has_secret = false;
   watch_.begin_line([&](bool secret) {
+    has_secret = secret;
     if (audited_) told = watch_.masked();
     if (matched) matched(secret);
   });
@@ -127,6 +129,9 @@ bool Shell::run(const std::string &line, cli_replay_lines *text, const LineWatch
     outcome = *cli_last_outcome(engine);
   }
   watch_.end(outcome.kind != CLI_SKIPPED && outcome.kind != CLI_BUSY);
+  // The text keeps its last line: a comment takes the place of this one.
+  if (text && (has_secret || outcome.kind == CLI_SKIPPED))
+    cli_replay_line(text, std::string(line.size(), '!').c_str(), nullptr);
   if (outcome.kind == CLI_SKIPPED) return note_skipped(line, outcome, matched);
   const bool failed = outcome.kind != CLI_RAN && outcome.kind != CLI_ENTERED && outcome.kind != CLI_REFUSED;
   const bool refused = outcome.kind == CLI_REFUSED || outcome.result != 0;
