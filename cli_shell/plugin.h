@@ -11,7 +11,9 @@
  *
  * The engine's `context` is null when cli_shell_start is called and belongs to the handlers libraries. A handler that
  * sets the environment variable CLI_SHELL_MORE to "0" or "1" turns paging of long output off or on for the lines that
- * follow. None of these functions may throw. */
+ * follow. A handler whose result is not 0 refused the line: it counts as failed and is told so to --audit. What
+ * handlers and their programs write on standard output and, while that is a terminal, on standard error reaches the
+ * terminal harmless: of control sequences, only colours on standard output pass. None of these functions may throw. */
 #ifndef CLI_SHELL_PLUGIN_H
 #define CLI_SHELL_PLUGIN_H
 

@@ -65,7 +65,7 @@ CLI_API int shell_test_system(cli *, cli_node *node) {
   std::fflush(stdout);
   const int status = std::system(text(node, "command"));
   std::puts(status == 0 ? "after" : "failed");
-  return 0;
+  return status;
 }
 
 CLI_API int shell_test_level(cli *engine, cli_node *) {

@@ -215,6 +215,7 @@ class Lines(Case):
 
     def test_the_first_failed_line_ends_a_strict_run(self):
         for arguments, text in ([["-c", "nothing", "-c", "level"], b""], [["-c", "level | nothing", "-c", "level"], b""],
+                                [["-c", "system false", "-c", "level"], b""],
                                 [["-f", self.file("lines", b"nothing\nlevel\n")], b""], [[], b"nothing\nlevel\n"]):
             out, _, status = run("--strict", *arguments, text=text)
             self.assertEqual((0, 1), (out.count("level 1\n"), status))
@@ -357,6 +358,7 @@ class Display(Case):
             out = self.screen(*line, *arguments, env=env)
             self.assertIn(shown % ("", ""), out)
             self.assertNotIn("\x1b", out)
+        self.assertIn(r"é\x1b]0;x\x07", self.screen("-c", r"system 'printf \"é\\033]0;x\\007\" >&2'"))
         cut = self.file("cut", b"show bytes c3\nshow bytes a9\nshow bytes 1b5b\n")
         self.assertIn("show bytes 1b5b", self.screen("-f", cut, "--color=never"))
 
