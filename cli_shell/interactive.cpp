@@ -75,10 +75,12 @@ int run_interactive(Shell &shell) {
   bool left = false;
   while (!left && !shell.leave_requested()) {
     const Input input = editor.read();
+    bool goes_on = true;
     switch (input.kind) {
       case Input::Kind::kLine:
         if (without_blanks_at_end(input.line).empty()) break;
-        shell.execute_typed(input.line, editor.has_pasted(), [&](bool secret) { typed.keep(input.line, secret); });
+        goes_on =
+            shell.execute_typed(input.line, editor.has_pasted(), [&](bool secret) { typed.keep(input.line, secret); });
         break;
       case Input::Kind::kKeyedLine:
         left = leaves_unasked(shell, input.line);
@@ -90,7 +92,7 @@ int run_interactive(Shell &shell) {
       case Input::Kind::kSignal:
         return kExitSignalled + input.signal;
     }
-    if (Output::interrupted()) shell.say_dropped(editor.forget_pasted());
+    if (!goes_on) shell.say_dropped(editor.forget_pasted());
   }
   return shell.output_lost() ? 1 : 0;
 }

@@ -229,6 +229,10 @@ bool Output::interrupted() {
   return interrupt_seen != 0;
 }
 
+void Output::note_interrupted() {
+  interrupt_seen = 1;
+}
+
 void Output::note_loss() {
   const bool failed_before = std::ferror(stdout) != 0;
   errno = 0;

@@ -44,6 +44,9 @@ class Output {
   // For a body that goes on for long: whether it may stop, since nobody reads any more.
   static bool interrupted();
 
+  // A handler, rather than a signal, told that the user broke off the body that has just run.
+  static void note_interrupted();
+
   bool colours() const { return policy_.colours; }
   bool terminal() const { return policy_.terminal; }
 

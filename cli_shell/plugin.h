@@ -13,7 +13,9 @@
  * sets the environment variable CLI_SHELL_MORE to "0" or "1" turns paging of long output off or on for the lines that
  * follow. A handler whose result is not 0 refused the line: it counts as failed and is told so to --audit. What
  * handlers and their programs write on standard output and, while that is a terminal, on standard error reaches the
- * terminal harmless: of control sequences, only colours on standard output pass. None of these functions may throw. */
+ * terminal harmless: of control sequences, only colours on standard output pass. A handler whose program the user ended
+ * by Ctrl-C, which system(3) keeps from everybody else, says so by cli_interrupt: the rest of a paste is then dropped.
+ * None of these functions may throw. */
 #ifndef CLI_SHELL_PLUGIN_H
 #define CLI_SHELL_PLUGIN_H
 

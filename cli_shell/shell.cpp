@@ -128,6 +128,7 @@ bool Shell::run(const std::string &line, cli_replay_lines *text, const LineWatch
     cli_finish(engine, outcome.result);
     outcome = *cli_last_outcome(engine);
   }
+  interrupted_ = outcome.interrupted != 0;
   watch_.end(outcome.kind != CLI_SKIPPED && outcome.kind != CLI_BUSY);
   // The text keeps its last line: a comment takes the place of this one.
   if (text && (has_secret || outcome.kind == CLI_SKIPPED))
@@ -174,19 +175,22 @@ bool Shell::execute(const std::string &line, const LineWatch::Matched &matched) 
       .filters = std::move(parts.filters), .paged = !paste_ && !restricted_, .length = record_.engine.pager.window[0]};
   bool done = false;  // stays so when the line could not be run
   output_.run([&] { done = run(parts.command, paste_ ? paste_->text.get() : nullptr, matched); }, std::move(route));
+  if (interrupted_) Output::note_interrupted();
   return done;
 }
 
-void Shell::execute_typed(const std::string &line, bool more, const LineWatch::Matched &matched) {
+bool Shell::execute_typed(const std::string &line, bool more, const LineWatch::Matched &matched) {
   more = more || input_waits();
   if (more && !paste_) paste_.emplace(Paste{.text = ReplayRef(cli_replay_begin(&record_.engine, 0)), .tally = {}});
   const bool done = execute(line, matched);
-  if (!paste_) return;
+  const bool goes_on = !Output::interrupted();
+  if (!paste_) return goes_on;
   paste_->tally.count(!done);
-  if (more && !Output::interrupted()) return;
+  if (more && goes_on) return true;
   const std::string report = paste_->tally.report();
   paste_.reset();
   if (!report.empty()) print([&] { std::printf("%% %s\n", report.c_str()); });
+  return goes_on;
 }
 
 void Shell::say_dropped(size_t lines) {

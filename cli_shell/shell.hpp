@@ -55,8 +55,8 @@ class Shell {
   // Executes a line that was typed. Together with the lines that wait behind it, it is a paste: blocks are kept
   // together (cli_replay), no "exit" leaves the shell, and at the end of it the lines that failed are told. A pager
   // program, which reads the keys, is not started meanwhile. `more`: further lines wait; what waits at the terminal is
-  // seen here.
-  void execute_typed(const std::string &line, bool more, const LineWatch::Matched &matched);
+  // seen here. False when the user broke the line off, and with it the rest of a paste.
+  bool execute_typed(const std::string &line, bool more, const LineWatch::Matched &matched);
 
   // Tells that so many lines of a paste were dropped after an interrupt.
   void say_dropped(size_t lines);
@@ -131,6 +131,7 @@ class Shell {
   bool started_ = false;
   bool accepts_controls_ = false;
   bool leave_requested_ = false;
+  bool interrupted_ = false;  // the last line
   bool strict_;
   bool plain_;
   bool restricted_;

@@ -193,6 +193,12 @@ class Text(Prompt):
         shell.send(ctrl("C"))
         self.prompt(shell)
         self.assertEqual("level \nlevel 1\n", self.echo(shell, "level"))
+        shell.send(PASTE % "system 'echo going; exec sleep 1000'\nshow text never\nshow text half")
+        shell.expect_exact("going\r\n")
+        shell.send(ctrl("C"))
+        shell.expect_exact("% The rest of the paste is dropped, 2 lines\r\n")
+        self.prompt(shell)
+        self.assertEqual("level \nlevel 1\n", self.echo(shell, "level"))
 
     def test_what_is_typed_ahead_is_kept(self):
         shell = self.shell()

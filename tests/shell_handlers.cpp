@@ -60,11 +60,12 @@ CLI_API int shell_test_text(cli *engine, cli_node *node) {
   return 0;
 }
 
-CLI_API int shell_test_system(cli *, cli_node *node) {
+CLI_API int shell_test_system(cli *engine, cli_node *node) {
   std::puts("before");
   std::fflush(stdout);
   const int status = std::system(text(node, "command"));
   std::puts(status == 0 ? "after" : "failed");
+  if (WIFSIGNALED(status)) cli_interrupt(engine);
   return status;
 }
 

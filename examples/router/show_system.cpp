@@ -85,15 +85,17 @@ std::string options_of(cli_node *command, const Option *begin, const Option *end
 // is for the program, which then says what it still has to say.
 int run_program(cli *engine, const std::string &program, const std::string &arguments) {
   constexpr int kNotFound = 127;  // as the shell says it
-  const std::string found =
-      "command -v " + program + " >/dev/null || exit 127; exec " + program + arguments + " </dev/null 2>&1";
+  constexpr int kInterrupted = 130;
+  // What was cut short by a signal ends its line.
+  const std::string found = "command -v " + program + " >/dev/null || exit 127; trap i=1 INT; " + program + arguments +
+                            " </dev/null 2>&1; s=$?; test $s -gt 128 && echo; test $i && exit 130; exit $s";
   std::fflush(stdout);  // the echo of the line stands before it
   const int status = engine->write != nullptr ? pager_feed_popen(&engine->pager, found.c_str())
                                               : std::system(found.c_str());  // NOLINT(cert-env33-c): words are quoted
   if (status == -1) return router::refuse(engine, "\"%s\" cannot be started", program.c_str());
   if (WIFEXITED(status) && WEXITSTATUS(status) == kNotFound)
     return router::refuse(engine, "This machine has no program \"%s\"", program.c_str());
-  if (WIFSIGNALED(status)) say(engine, "%s", "");  // what was cut short ends its line
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kInterrupted) cli_interrupt(engine);  // the host hears of it
   return 0;
 }
 
