@@ -271,12 +271,6 @@ class Replay {
   long not_run_ = 0;
 };
 
-// An engine that can run lines now.
-bool is_free(const cli *engine) {
-  const EngineState *const state = state_if_up(engine);
-  return state != nullptr && !state->busy;
-}
-
 }  // namespace
 }  // namespace cli_engine
 
@@ -294,7 +288,7 @@ struct cli_replay_lines {
 };
 
 long cli_replay(cli *engine, const char *text, size_t len, unsigned options, cli_line_report report, void *data) {
-  if (!cli_engine::is_free(engine) || (text == nullptr && len != 0)) {
+  if (!cli_engine::is_ready(engine) || (text == nullptr && len != 0)) {
     return -1;
   }
   cli_replay_lines lines(engine, options);
@@ -306,7 +300,7 @@ long cli_replay(cli *engine, const char *text, size_t len, unsigned options, cli
 }
 
 cli_replay_lines *cli_replay_begin(cli *engine, unsigned options) {
-  if (!cli_engine::is_free(engine)) {
+  if (!cli_engine::is_ready(engine)) {
     return nullptr;
   }
   void *const block = libglobal::xmalloc(sizeof(cli_replay_lines), LIBGLOBAL_CALLER(cli_engine::kSource));
@@ -337,7 +331,7 @@ long cli_replay_end(cli_replay_lines *lines) {
   if (lines == nullptr) {
     return -1;
   }
-  if (lines->before.has_value() && cli_engine::is_free(lines->engine)) {
+  if (lines->before.has_value() && cli_engine::is_ready(lines->engine)) {
     lines->before->restore();
   }
   const long not_run = lines->replay.not_run();
