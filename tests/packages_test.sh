@@ -57,14 +57,14 @@ export LD_LIBRARY_PATH=$libraries PATH=$root/usr/bin:$PATH XDG_STATE_HOME=$scrat
 echo '{"quit": {"#help": "Leave", "#handler": "cli_shell_exit"}}' >"$scratch/tiny.json"
 [ "$("$root/usr/bin/cli-shell" --color=never -c quit "$scratch/tiny.json")" = "quit " ] || fail "a language does not run"
 
-# The examples, as the README says.
+# The examples, as the README says; grep reads to the end, since a shell that cannot write fails.
 export PKG_CONFIG_PATH=$libraries/pkgconfig
 says() { sed -n "s/^    \($1.*\)/\1/p" "$source/README.md" | grep . || fail "the README does not say $1"; }
 example=$(says "cli-shell --handlers .*--privileges ")
-(cd "$root/usr/share/doc/cli-shell/examples/router" && $example -c "show version") | grep -q Kernel || fail "$example"
+(cd "$root/usr/share/doc/cli-shell/examples/router" && $example -c "show version") | grep Kernel >/dev/null || fail "$example"
 cp -r "$root/usr/share/doc/cli-shell/examples/switch" "$scratch"
 (cd "$scratch/switch" && eval "$(says "cc -shared")" && $(says "cli-shell --handlers .*switch.json") -c "show ports" -c exit) |
-  grep -q "^4     auto" || fail "the switch does not run"
+  grep "^4     auto" >/dev/null || fail "the switch does not run"
 
 cp "$source/tests/consumer/host.c" "$source/tests/consumer/plugin.c" "$scratch"
 flags=$(pkg-config --cflags --libs cli_engine)
