@@ -118,8 +118,9 @@ static inline cli *cli_init_language_checked(cli *engine, cli_language *language
   return cli_init_language(engine, language, context);
 }
 
-/* Hosts call them by these names. */
+/* Hosts call it by this name. */
 #define cli_init cli_init_checked
+/* And this one. */
 #define cli_init_language cli_init_language_checked
 #endif
 
