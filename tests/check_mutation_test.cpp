@@ -1,5 +1,5 @@
-// The checker and the loader agree on which documents load. Documents that load are changed at random, in their
-// structure or in their text; each result is given to both, the loader in a process of its own, because it ends one.
+// The checker and the loader agree on which documents load. Documents that load are changed at random; each result is
+// given to both, the loader in a process of its own, because it ends one.
 //
 // CHECK_MUTATIONS and CHECK_SEED in the environment replace the number of documents and the seed. CHECK_KEEP is a
 // folder that gets each document and the rules that the checker found broken; with CHECK_SAMPLES_ONLY the large
@@ -128,7 +128,7 @@ Verdict loader_verdict(const Texts &texts, validator_typesystem *types) {
 
 // ---- Mutations ----
 
-// What no document would hold, but a slip of the hand may give: values, names, and bytes for the text.
+// What no document would hold, but a slip of the hand may give: values and names.
 constexpr const char *kValues = R"([null, true, false, 0, 1, -1, 10, 15, 16, 2147483647, 2147483648, -2147483649,
   4294967295, 4294967296, 4294967306, 1.5, "", "key", "container", "int", "unsignedInt", "string", "Int", "show",
   [], {}, ["x"], [5],
@@ -148,19 +148,6 @@ constexpr const char *kNames = R"(["#help", "#handler", "#prompt", "#alias", "#a
   "#max_length", "#enum", "fmt", "args", "value", "if", "if-not", "description", "Level", "Name", "Prompt",
   "show", "show ip", "SHOW  Version x", " ", "", "x ", " x", "sv x", "configure do x", "configure exit",
   "configure ip x", "12345678901234567890", "0", "123456789012345678901", "level1"])";
-// Between bars.
-constexpr std::string_view kScraps =
-    "\"|\\|{|}|[|]|,|:|0|-|.|e9|1e999|0e999|1e-999|9223372036854775807|9223372036854775808|\xff|\xc0\x80|\xed\xa0\x80|"
-    "\xc3\xa9|\xf4\x90\x80\x80|\\u0000|\\ud800|\\ud83d\\ude00|\\udc00|\\u00e9|\n|\t|null|tru|//|\x01|\x7f|+1|01";
-
-std::vector<std::string> split(std::string_view text) {
-  std::vector<std::string> parts(1);
-  for (const char c : text) {
-    c == '|' ? static_cast<void>(parts.emplace_back()) : parts.back().push_back(c);
-  }
-  return parts;
-}
-
 class Mutator {
  public:
   explicit Mutator(unsigned seed) : random_(seed) {}
@@ -174,9 +161,6 @@ class Mutator {
     }
     const std::unique_ptr<char, decltype(&std::free)> dump(json_dumps(document.get(), JSON_INDENT(1)), &std::free);
     text = dump.get();
-    if (below(4) == 0) {
-      change_text(text);
-    }
     return texts;
   }
 
@@ -241,34 +225,9 @@ class Mutator {
     }
   }
 
-  void change_text(std::string &text) {
-    const std::size_t place = below(text.size());
-    switch (below(4)) {
-      case 0:
-        text.erase(place, 1 + below(3));
-        break;
-      case 1:
-        text.replace(place, 1, scraps_[below(scraps_.size())]);
-        break;
-      case 2:
-        text.insert(place, scraps_[below(scraps_.size())]);
-        break;
-      default:
-        repeat_line(text, place);
-    }
-  }
-
-  // As a rule a member of an object, so that its name stands there twice.
-  static void repeat_line(std::string &text, std::size_t place) {
-    const std::size_t end = std::min(text.find('\n', place), text.size() - 1) + 1;
-    const std::size_t first = text.rfind('\n', place == 0 ? 0 : place - 1) + 1;  // 0 when there is none
-    text.insert(end, text.substr(first, end - first));
-  }
-
   std::mt19937 random_;
   const JsonRef values_{json_loads(kValues, 0, nullptr)};
   const JsonRef names_{json_loads(kNames, 0, nullptr)};
-  const std::vector<std::string> scraps_ = split(kScraps);
 };
 
 // ---- The documents that the mutations begin with ----
