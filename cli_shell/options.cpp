@@ -160,7 +160,8 @@ Options parse_options(const std::vector<std::string> &arguments, std::span<const
       options_ended = true;
     } else {
       const auto [name, attached] = split_attached(argument);
-      if (!take_common(options, reader, name, attached) && !take_extra(options, reader, name, attached, extra))
+      // What a subcommand calls by the name of an option of the shell is its own.
+      if (!take_extra(options, reader, name, attached, extra) && !take_common(options, reader, name, attached))
         throw UserError("unknown option " + name + "; see cli-shell --help");
     }
   }

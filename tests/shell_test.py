@@ -131,6 +131,7 @@ class Check(Case):
             ([good], "", "", 0),
             ([good, "--format=json"], "[]\n", "", 0),
             ([odd], odd + ':1:17: warning: "a": the help text is empty [help-text]\n', "", 0),
+            ([odd, "--strict"], re.compile("help-text"), "", 1),
             ([bad], bad + ':1:46: error: an earlier member of this object is named "a" [repeated-member]\n', "", 1),
             ([bad, "--handlers", HANDLERS], re.compile('.*bad.json:1:34: error: "a": there is no handler "nowhere".*\\[unknown-handler\\]\n'
                                                        '.*repeated-member', re.DOTALL), "", 1),
