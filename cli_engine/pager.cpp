@@ -2,6 +2,10 @@
 
 #include <sys/types.h>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -34,6 +38,7 @@ constexpr std::size_t kUnusedBytes = 24;
 // A cleared pager keeps no more than this for its next lines, and none of them that grew larger than that.
 constexpr std::size_t kKeptBytes = std::size_t{64} * 1024;
 constexpr std::size_t kKeptLine = 4096;
+constexpr std::size_t kMuch = std::size_t{4} * 1024 * 1024;
 constexpr std::size_t kLineOverhead = sizeof(pager_line_entry) + sizeof(DynString);
 
 // Lines are handed to an engine's `write` in pieces of about so many bytes.
@@ -272,9 +277,19 @@ void free_entry(pager_line_entry *entry) {
   std::free(entry);
 }
 
+// The C library keeps what was given back to it; of much, the system gets its pages.
+void return_to_system([[maybe_unused]] std::size_t released) {
+#ifdef __GLIBC__
+  if (released >= kMuch) {
+    malloc_trim(0);
+  }
+#endif
+}
+
 // Takes off the list what is more than a cleared pager keeps.
 void release_surplus(pager_line_list &lines) {
   std::size_t kept = 0;
+  std::size_t released = 0;
   pager_line_entry **link = &lines.first;
   while (pager_line_entry *const entry = *link) {
     const std::size_t size = kLineOverhead + entry->text->capacity;
@@ -284,9 +299,11 @@ void release_surplus(pager_line_list &lines) {
     } else {
       *link = entry->next;
       free_entry(entry);
+      released += size;
     }
   }
   lines.last_link = link;
+  return_to_system(released);
 }
 
 // The lines that served last serve first again: those behind them are seldom reached and stay as small as they are.
