@@ -9,7 +9,7 @@ import unittest
 
 ROUTER = [os.environ["CLI_SHELL"], "--handlers", os.environ["ROUTER_HANDLERS"], "--level", "15", "--privileges",
           os.environ["ROUTER"] + "/privileges.json", os.environ["ROUTER"] + "/router.json"]
-ROUNDS = 200
+ROUNDS = 80
 NAMES = ("one", "another")
 VLANS = "configure terminal\n" + "".join(f"vlan {number}\n" for number in range(2, 1000)) + "end\n"
 SAVE = "configure terminal\nhostname {}\nend\ncopy running-config startup-config\n"
