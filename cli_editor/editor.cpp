@@ -29,10 +29,10 @@ void Editor::message(std::string_view text) {
   machine_->message(text);
 }
 void Editor::begin(const std::string &prompt) {
-  machine_->begin(prompt, false, true);
+  machine_->begin(prompt);
 }
-void Editor::ask(const std::string &prompt, bool echo) {
-  machine_->begin(prompt, true, echo);
+void Editor::ask(const std::string &prompt, bool echo, size_t longest) {
+  machine_->ask(prompt, echo, longest);
 }
 Event Editor::next() {
   return machine_->next();

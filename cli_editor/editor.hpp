@@ -100,8 +100,9 @@ class Editor {
 
   // ---- Lines
   void begin(const std::string &prompt);  // the prompt may hold colours
-  // Without echo nothing of the answer is shown, kept for undo or recalled.
-  void ask(const std::string &prompt, bool echo);
+  // An answer of no more than `longest` bytes. Without echo nothing of it is shown, kept for undo or recalled, and only
+  // the event holds it in the end, on the heap for the caller to wipe. Lines of a paste wait until it is over.
+  void ask(const std::string &prompt, bool echo, size_t longest);
   Event next();
 
   // ---- Answers to events, while a line is read

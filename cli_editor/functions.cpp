@@ -95,6 +95,7 @@ void Machine::insert_text(std::string_view text, size_t count) {
     to = line_.after(to);
   }
   if (!line_.replace(line_.cursor(), to, all)) bell();
+  if (!echo_) wipe(all);
 }
 
 void Machine::self_insert(size_t count) {
@@ -427,8 +428,7 @@ void Machine::accept_line(size_t) {
 }
 
 void Machine::abandon_line(size_t) {
-  pasted_.clear();
-  pasted_taken_ = 0;
+  forget_pasted();
   end_line(Event::Kind::kAbandoned, "^C");
 }
 

@@ -1,6 +1,7 @@
 #include "cli_editor/keys.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 #include "cli_editor/characters.hpp"
 
@@ -136,6 +137,12 @@ void KeyDecoder::forget() {
   pasted_.clear();
   begin_ = 0;
   in_paste_ = false;
+}
+
+void KeyDecoder::wipe() {
+  bytes_.erase(0, begin_);
+  begin_ = 0;
+  explicit_bzero(bytes_.data() + bytes_.size(), bytes_.capacity() - bytes_.size());
 }
 
 bool KeyDecoder::skip_to_interrupt() {

@@ -42,6 +42,7 @@ class KeyDecoder {
   // What follows the interrupt key, and whether there was one; bytes before it are forgotten.
   bool skip_to_interrupt();
   void forget();
+  void wipe();  // what is not taken yet stays
 
  private:
   std::string_view rest() const { return std::string_view(bytes_).substr(begin_); }

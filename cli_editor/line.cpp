@@ -11,6 +11,10 @@ constexpr size_t kChangesKept = 100;
 
 }  // namespace
 
+void wipe(std::string &text) {
+  explicit_bzero(text.data(), text.capacity());
+}
+
 const std::vector<size_t> &Line::cuts() const {
   if (!cuts_.empty()) return cuts_;
   size_t at = 0;
@@ -87,9 +91,10 @@ void Line::forget_changes() {
   kept_change_ = change_ - 1;
 }
 
-void Line::reset(bool keeps) {
-  explicit_bzero(text_.data(), text_.capacity());  // whatever the line held, no later one has a use for it
+void Line::reset(bool keeps, size_t longest) {
+  wipe(text_);  // whatever the line held, no later one has a use for it
   keeps_ = keeps;
+  longest_ = longest;
   text_.clear();
   if (!keeps) text_.reserve(longest_);  // growing would leave copies
   cuts_.clear();

@@ -12,6 +12,9 @@
 
 namespace cli_editor {
 
+// Nothing of a text stays in memory; its length stays.
+void wipe(std::string &text);
+
 // Places are bytes of the text and stand between clusters: one given within a cluster means its beginning. But the
 // cursor stays behind what was put in even when that joins what follows: the next character may part them again.
 class Line {
@@ -43,7 +46,7 @@ class Line {
   void forget_changes();
 
   // An empty line. One that is not kept is a secret: nothing of it stays in memory.
-  void reset(bool keeps);
+  void reset(bool keeps, size_t longest);
 
  private:
   struct State {

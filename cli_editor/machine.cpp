@@ -9,6 +9,7 @@ namespace {
 
 constexpr int kEscapeMs = 100;         // a lone escape is a key after so long
 constexpr size_t kTypedTogether = 20;  // characters that are undone together
+constexpr size_t kOnHeap = 64;         // a text with so much room leaves no copy where it is moved from
 constexpr char32_t kEscapeKey = 0x1b;
 
 bool is_text(const Key &key) {
@@ -24,12 +25,18 @@ int Machine::wait_ms() const {
   return reading_ && vi_ && decoder_.holds_escape() ? kEscapeMs : -1;
 }
 
-void Machine::begin(const std::string &prompt, bool question, bool echo) {
+void Machine::ask(const std::string &prompt, bool echo, size_t longest) {
+  aside_ = pasted_.substr(pasted_taken_);
+  forget_pasted();
+  start(prompt, true, echo, longest);
+}
+
+void Machine::start(const std::string &prompt, bool question, bool echo, size_t longest) {
   prompt_ = prompt;
   reading_ = true;
   question_ = question;
   echo_ = echo;
-  line_.reset(echo);
+  line_.reset(echo, longest);
   history_.end_walk();
   search_.reset();
   tabbed_.reset();
@@ -47,16 +54,18 @@ Event Machine::next() {
   while (event_.kind == Event::Kind::kNone) {
     if (!reading_) {
       if (decoder_.skip_to_interrupt()) {
-        pasted_.clear();
+        forget_pasted();
         event_.kind = Event::Kind::kInterrupt;
       }
       break;
     }
     if (take_pasted()) continue;
     const bool expired = std::exchange(expired_, false);
-    const std::optional<Key> key = quoting_ ? decoder_.next_literal() : decoder_.next(expired);
+    std::optional<Key> key = quoting_ ? decoder_.next_literal() : decoder_.next(expired);
     if (!key) break;
+    const bool secret = !echo_;
     take_key(*key);
+    if (secret) wipe(key->text);
   }
   return std::exchange(event_, {});
 }
@@ -69,10 +78,7 @@ bool Machine::take_pasted() {
   begin_change(nullptr);
   insert(std::string_view(pasted_).substr(pasted_taken_, ended ? end - pasted_taken_ : end));
   pasted_taken_ = ended ? end + 1 : pasted_.size();
-  if (pasted_taken_ >= pasted_.size()) {
-    pasted_.clear();
-    pasted_taken_ = 0;
-  }
+  if (pasted_taken_ >= pasted_.size()) forget_pasted();
   if (ended) end_line(Event::Kind::kLine, "");
   return true;
 }
@@ -83,10 +89,16 @@ size_t Machine::lines_held() const {
   return ended + (rest.empty() || rest.back() == '\n' ? 0 : 1);
 }
 
-void Machine::forget_input() {
-  decoder_.forget();
+void Machine::forget_pasted() {
+  if (!echo_) wipe(pasted_);
   pasted_.clear();
   pasted_taken_ = 0;
+}
+
+void Machine::forget_input() {
+  decoder_.forget();
+  forget_pasted();
+  aside_.clear();
 }
 
 void Machine::take_key(const Key &key) {
@@ -120,7 +132,7 @@ void Machine::take_key(const Key &key) {
   }
   if (awaiting_ != 0) return find_typed_character(key);
   if (vi_ && vi_command_) return take_vi_key(key);
-  if (changes_ && !replaying_) recording_.push_back(key);
+  if (changes_ && !replaying_ && echo_) recording_.push_back(key);
   dispatch(key, vi_ ? vi_insert_keys_ : emacs_);
   if (vi_ && vi_command_) vi_keep_in_line();
 }
@@ -280,9 +292,18 @@ void Machine::end_line(Event::Kind kind, std::string_view mark) {
   reading_ = false;
   drawn_ = true;
   event_.kind = kind;
-  if (kind == Event::Kind::kLine) event_.text = line_.text();
+  if (kind == Event::Kind::kLine) {
+    event_.text.reserve(kOnHeap);
+    event_.text = line_.text();
+  }
   looked_at_.reset();
-  if (!echo_) line_.reset(false);
+  if (!question_) return;
+  if (!echo_) {
+    line_.reset(false, 0);
+    forget_pasted();
+    decoder_.wipe();
+  }
+  pasted_ = std::exchange(aside_, {});
 }
 
 void Machine::accept() {

@@ -48,7 +48,8 @@ class Machine {
   int wait_ms() const;
   void elapsed() { expired_ = true; }
   void message(std::string_view text);
-  void begin(const std::string &prompt, bool question, bool echo);
+  void begin(const std::string &prompt) { start(prompt, false, true, options_.longest_line); }
+  void ask(const std::string &prompt, bool echo, size_t longest);
   Event next();
   void insert(std::string_view text);
   void replace(std::string_view text);
@@ -76,6 +77,8 @@ class Machine {
   };
 
   // ---- machine.cpp: from bytes to functions
+  void forget_pasted();
+  void start(const std::string &prompt, bool question, bool echo, size_t longest);
   bool take_pasted();
   void take_key(const Key &key);
   void dispatch(const Key &key, const Bindings &bindings);
@@ -202,6 +205,7 @@ class Machine {
   bool expired_ = false;
   std::string pasted_;  // lines of it wait
   size_t pasted_taken_ = 0;
+  std::string aside_;  // of a paste, while a question is asked
   Line line_;
   History history_;
   Screen screen_;

@@ -24,7 +24,7 @@ bool is_one_of(char32_t code, std::string_view characters) {
 
 void Machine::take_vi_key(const Key &key) {
   if (operator_ == 0 && count_ == 0 && keys_.empty() && !replaying_) recording_.clear();
-  if (!replaying_) recording_.push_back(key);
+  if (!replaying_ && echo_) recording_.push_back(key);
   if (key.code == kEscapeKey) {
     operator_ = 0;
     count_ = 0;
@@ -164,7 +164,7 @@ std::optional<size_t> Machine::vi_find(size_t count, bool reversed) {
 // The character that f, F, t, T or r waited for, in both modes' keys.
 void Machine::find_typed_character(const Key &key) {
   const char32_t by = std::exchange(awaiting_, 0);
-  if (vi_command_ && !replaying_) recording_.push_back(key);
+  if (vi_command_ && !replaying_ && echo_) recording_.push_back(key);
   begin_change(nullptr);
   if (key.text.empty() || key.code < ' ' || key.code >= kOtherKeys) {
     operator_ = 0;

@@ -85,6 +85,13 @@ bool Display::write_held() {
   return !ended_;
 }
 
+bool Display::settle() {
+  if (pager_.running()) return false;
+  write_held();
+  if (std::exchange(last_shown_, '\n') != '\n') write_all(out_, "\n");
+  return !ended_;
+}
+
 void Display::finish(bool cancelled) {
   if (cancelled) {
     text_.forget();

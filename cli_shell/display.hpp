@@ -30,6 +30,9 @@ class Display {
   bool holds() const { return !held_.empty(); }
   void pause() { write_held(); }
 
+  // Shows what is held and ends the last row; false when a pager program has the terminal.
+  bool settle();
+
   // Ends the output and waits for the pager program. `cancelled`: what is not shown yet is dropped.
   void finish(bool cancelled);
 

@@ -1,5 +1,7 @@
 #include "cli_shell/interactive.hpp"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -27,6 +29,22 @@ EditorHooks hooks_of(Shell &shell) {
   hooks.colours = shell.colours();
   return hooks;
 }
+
+// Questions of handlers go to the prompt's editor while it lives.
+class Asking {
+ public:
+  Asking(Shell &shell, LineEditor &editor) : shell_(shell) {
+    shell_.set_asker([&editor](const std::string &question, bool echo, char *answer, size_t size) {
+      return editor.ask(question, echo, answer, size);
+    });
+  }
+  ~Asking() { shell_.set_asker(nullptr); }
+  Asking(const Asking &) = delete;
+  Asking &operator=(const Asking &) = delete;
+
+ private:
+  Shell &shell_;
+};
 
 // Without the blanks that belong to no word.
 std::string without_blanks_at_end(const std::string &line) {
@@ -70,7 +88,8 @@ bool leaves_unasked(Shell &shell, const std::string &line) {
 }  // namespace
 
 int run_interactive(Shell &shell) {
-  LineEditor editor(hooks_of(shell), stdin, stdout);
+  LineEditor editor(hooks_of(shell), STDIN_FILENO, shell.terminal());
+  const Asking asking(shell, editor);
   TypedLines typed(editor);
   bool left = false;
   while (!left && !shell.leave_requested()) {

@@ -14,6 +14,7 @@
 
 #include "cli_shell/file_descriptor.hpp"
 #include "cli_shell/history.hpp"
+#include "cli_shell/plugin.h"
 #include "cli_shell/raw_write.hpp"
 #include "cli_shell/words.hpp"
 
@@ -67,13 +68,13 @@ bool is_blank_text(const std::string &text) {
 
 }  // namespace
 
-LineEditor::LineEditor(EditorHooks hooks, FILE *in, FILE *out)
+LineEditor::LineEditor(EditorHooks hooks, int terminal, int out)
     : hooks_(std::move(hooks)),
-      terminal_(fileno(in)),
-      out_(fileno(out)),
+      terminal_(terminal),
+      out_(out),
       edits_(isatty(terminal_) != 0 && isatty(out_) != 0),
       sequences_(understands_sequences()),
-      signals_(terminal_),
+      signals_(terminal_, out_),
       editor_(options_of(hooks_, sequences_ && edits_)) {
   editor_.configure(inputrc());
   signals_.set_modes(Modes::kQuiet, false);
@@ -266,30 +267,32 @@ bool LineEditor::attend_to_signals(bool &abandoned) {
   return true;
 }
 
-std::optional<std::string> LineEditor::ask(const std::string &question, bool echo) {
+int LineEditor::ask(const std::string &question, bool echo, char *answer, size_t size) {
   outcome_ = {};
-  std::optional<std::string> answer = answer_to(question, echo);
+  Event event = answer_to(question, echo, size - 1);
   if (outcome_.signal != 0) std::raise(outcome_.signal);  // as anywhere in a command, it ends the process
-  return answer;
+  if (event.kind != Event::Kind::kLine) return CLI_SHELL_CANCELLED;
+  answer[event.text.copy(answer, size - 1)] = '\0';
+  explicit_bzero(event.text.data(), event.text.size());
+  return CLI_SHELL_ANSWERED;
 }
 
-std::optional<std::string> LineEditor::answer_to(const std::string &question, bool echo) {
+// The event that ended the question; none when something else did.
+Event LineEditor::answer_to(const std::string &question, bool echo, size_t longest) {
   const TerminalSignals::Editing editing;
   signals_.set_modes(Modes::kRaw, edits_ && sequences_);
   resize();
-  editor_.ask(question, echo);
-  std::optional<std::string> answer;
+  editor_.ask(question, echo, longest);
   Event event;
-  bool asked = true;
-  while (asked) {
-    const Woken woken = next_event(event);
-    asked = woken == Woken::kEvent && event.kind != Event::Kind::kLine && event.kind != Event::Kind::kAbandoned;
-    if (woken != Woken::kEvent) editor_.accept();
-    if (woken == Woken::kEvent && event.kind == Event::Kind::kLine) answer = event.text;
+  while (editor_.is_reading() && next_event(event) == Woken::kEvent) {
+  }
+  if (editor_.is_reading()) {
+    editor_.accept();
+    event = {};
   }
   send();
   signals_.set_modes(Modes::kQuiet, false);
-  return answer;
+  return event;
 }
 
 size_t LineEditor::forget_pasted() {

@@ -2,7 +2,7 @@
 #ifndef CLI_SHELL_LINE_EDITOR_HPP
 #define CLI_SHELL_LINE_EDITOR_HPP
 
-#include <cstdio>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -38,14 +38,15 @@ struct Input {
 // One at a time in a process: it handles the session's signals while it lives (terminal_signals.hpp).
 class LineEditor {
  public:
-  LineEditor(EditorHooks hooks, FILE *in, FILE *out);
+  // `out` stays the terminal while a command's output goes elsewhere; both are borrowed.
+  LineEditor(EditorHooks hooks, int terminal, int out);
   LineEditor(const LineEditor &) = delete;
   LineEditor &operator=(const LineEditor &) = delete;
 
   Input read();
 
-  // Asks for an answer while a command runs; nothing when the user leaves the question.
-  std::optional<std::string> ask(const std::string &question, bool echo);
+  // Asks for an answer while a command runs, as cli_shell_ask does; nothing of one without echo is kept here.
+  int ask(const std::string &question, bool echo, char *answer, size_t size);
 
   // Whether lines of a paste wait.
   bool has_pasted() const { return editor_.lines_held() > 0; }
@@ -60,7 +61,7 @@ class LineEditor {
   enum class Woken { kEvent, kAbandon, kEnd };
 
   void begin();
-  std::optional<std::string> answer_to(const std::string &question, bool echo);
+  cli_editor::Event answer_to(const std::string &question, bool echo, size_t longest);
   bool interrupts_pasted();
   std::optional<Input> attend(const cli_editor::Event &event);
   Input submit_keyed(const char *line);

@@ -54,6 +54,7 @@ void show_before_dying(int signal) {
   if (running.printer) running.printer->finish_in_handler();
   errno = error;
   if (abort_before.sa_handler != SIG_DFL && abort_before.sa_handler != SIG_IGN) abort_before.sa_handler(signal);
+  raise(signal);  // whoever sent it
 }
 
 void finish_output_at_exit() {
@@ -223,6 +224,11 @@ void Output::take(const Printer::Result &result) {
   if (result.failure.empty()) return;
   say_on_standard_error(result.failure);
   failed_ = true;
+}
+
+bool Output::settle() {
+  std::fflush(stdout);
+  return !running.printer || running.printer->settle();
 }
 
 bool Output::interrupted() {

@@ -47,6 +47,11 @@ class Output {
   // A handler, rather than a signal, told that the user broke off the body that has just run.
   static void note_interrupted();
 
+  // What was printed so far is shown, and the terminal is free until more is printed; false when a pager program has
+  // it.
+  bool settle();
+  int standard_output() const { return standard_output_.get(); }
+
   bool colours() const { return policy_.colours; }
   bool terminal() const { return policy_.terminal; }
 

@@ -15,7 +15,9 @@
  * handlers and their programs write on standard output and, while that is a terminal, on standard error reaches the
  * terminal harmless: of control sequences, only colours on standard output pass. A handler whose program the user ended
  * by Ctrl-C, which system(3) keeps from everybody else, says so by cli_interrupt: the rest of a paste is then dropped.
- * None of these functions may throw. */
+ * None of these functions may throw.
+ *
+ * A library that other hosts load, too, declares cli_shell_ask weak: it is null there. */
 #ifndef CLI_SHELL_PLUGIN_H
 #define CLI_SHELL_PLUGIN_H
 
@@ -43,7 +45,22 @@ CLI_API void cli_shell_complete(cli *engine, cli_node *value, const char *text, 
  * library is loaded. A line with such a value is kept out of the history. "password" and "secret" always count. */
 CLI_API const char *const *cli_shell_secrets(void);
 
-/* ---- Handlers that cli-shell itself exports, for a definition document to name ---- */
+/* ---- What cli-shell itself exports: a question, and handlers for a definition document to name ---- */
+
+/* What cli_shell_ask came to. */
+enum {
+  CLI_SHELL_ANSWERED = 0,
+  CLI_SHELL_CANCELLED = 1, /* the user left the question with Ctrl-C or Ctrl-D, or the terminal is gone */
+  CLI_SHELL_NOBODY = -1    /* there is nobody to ask: lines come from a pipe, or the output is not on the terminal */
+};
+
+/* Asks the user at the terminal for a line, in a handler that cli-shell runs; call it for no other engine. The question
+ * (without a line break; borrowed) stands on a line of its own below what was printed or flushed so far. The answer is
+ * edited with the keys of the prompt and written to the `size` bytes at `answer` with a NUL; keys beyond them are
+ * refused, so none is ever cut. It is never kept in the history, and lines of a paste that wait do not answer. With
+ * `echo` 0 nothing of it is shown, and cli-shell wipes what it held of it; the caller wipes `answer` after use. Returns
+ * one of the above; but for CLI_SHELL_ANSWERED, `answer` is "". */
+CLI_API int cli_shell_ask(cli *engine, const char *question, int echo, char *answer, size_t size);
 
 /* Leaves the present mode; at the top level, leaves the shell after this line. Also behind the built-in "exit". */
 CLI_API int cli_shell_exit(cli *engine, cli_node *node);

@@ -209,6 +209,18 @@ void Printer::begin(Job job) {
   begun_.release();
 }
 
+bool Printer::settle() {
+  settle_.raise();
+  pollfd events[] = {{.fd = settled_.descriptor(), .events = POLLIN, .revents = 0},
+                     {.fd = done_.descriptor(), .events = POLLIN, .revents = 0}};
+  while (poll(events, 2, -1) < 0) {
+  }
+  const bool settled = events[0].revents != 0;
+  settle_.clear();
+  settled_.clear();
+  return settled && is_free_;
+}
+
 Printer::Result Printer::finish(const Event &interrupt, bool cut) {
   int step = 0;
   if (cut) {
@@ -259,16 +271,25 @@ void Printer::work() {
   pollfd events[] = {{.fd = output_.read_end.get(), .events = POLLIN, .revents = 0},
                      {.fd = errors_.read_end.get(), .events = POLLIN, .revents = 0},
                      {.fd = cancel_.descriptor(), .events = POLLIN, .revents = 0},
-                     {.fd = end_.descriptor(), .events = POLLIN, .revents = 0}};
+                     {.fd = end_.descriptor(), .events = POLLIN, .revents = 0},
+                     {.fd = settle_.descriptor(), .events = POLLIN, .revents = 0}};
   const auto is_ready = [&events](size_t event) { return events[event].revents != 0; };
   bool going_on = true;
   while (going_on) {
-    const int ready = poll(events, 4, display_.holds() ? kPauseMilliseconds : -1);
+    const int ready = poll(events, 5, display_.holds() ? kPauseMilliseconds : -1);
     if (ready == 0) display_.pause();
     if (ready <= 0) continue;
     if (is_ready(1)) take_errors();
-    if (is_ready(2) || !(is_ready(0) || is_ready(1))) break;  // not wanted, or all of it is read
-    if (is_ready(0)) going_on = take_block(stages);
+    if (is_ready(2)) break;  // not wanted
+    if (is_ready(0)) {
+      going_on = take_block(stages);
+    } else if (is_ready(4) && !is_ready(1)) {
+      settle_.clear();
+      is_free_ = display_.settle();
+      settled_.raise();
+    } else if (!is_ready(1)) {
+      break;  // all of it is read
+    }
   }
   const bool cancelled = is_raised(cancel_, 0);
   // Who still writes need not, and learns it.

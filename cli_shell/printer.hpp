@@ -59,6 +59,10 @@ class Printer {
   // that one, what comes before it is shown as it is.
   void begin_command(size_t echo) { echo_.store(echo, std::memory_order_release); }
 
+  // What was written so far has been shown when this returns, and the cursor stands at the start of a row; false when
+  // that cannot be: a pager program shows it, or nobody looks any more.
+  bool settle();
+
   // What was written has been shown when this returns. Each time that `interrupt` is raised meanwhile, waiting is given
   // up by a further step: the output is cut, the pager program is asked to leave, is killed. `cut`: the first step was
   // taken already.
@@ -89,6 +93,9 @@ class Printer {
   Event end_;     // all has been written
   Event cancel_;  // what is left is not wanted
   Event done_;
+  Event settle_;
+  Event settled_;
+  bool is_free_ = false;  // the terminal, behind settled_
   std::binary_semaphore begun_{0};
   bool leaving_ = false;
   Job job_;

@@ -12,6 +12,7 @@
 #include <type_traits>
 
 #include "cli_shell/control.hpp"
+#include "cli_shell/line_editor.hpp"
 #include "cli_shell/look.hpp"
 #include "cli_shell/words.hpp"
 
@@ -26,6 +27,10 @@ int cli_shell_exit(cli *engine, cli_node *) {
 int cli_shell_end(cli *engine, cli_node *) {
   cli_reset_subconfig(engine);
   return 0;
+}
+
+int cli_shell_ask(cli *engine, const char *question, int echo, char *answer, size_t size) {
+  return cli_shell::Shell::of(engine).ask(question, echo != 0, answer, size);
 }
 
 namespace cli_shell {
@@ -271,6 +276,16 @@ cli_editor::Choices Shell::complete(const std::string &before_cursor) {
 cli_editor::Look Shell::look(const std::string &line) {
   if (plain_ || is_own(line)) return {};
   return look_of(&record_.engine, completer_, line);
+}
+
+// ---- Questions
+
+int Shell::ask(const char *question, bool echo, char *answer, size_t size) {
+  if (size > 0) answer[0] = '\0';
+  const bool somebody = isatty(STDIN_FILENO) == 1 && isatty(terminal()) == 1;
+  if (size == 0 || !somebody || !output_.settle()) return CLI_SHELL_NOBODY;
+  if (asker_) return asker_(question, echo, answer, size);
+  return LineEditor({}, STDIN_FILENO, terminal()).ask(question, echo, answer, size);
 }
 
 // ---- State

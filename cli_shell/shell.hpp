@@ -80,6 +80,16 @@ class Shell {
   // How a line looks while it is typed (look.hpp).
   cli_editor::Look look(const std::string &line);
 
+  // ---- Questions (cli_shell_ask)
+
+  // What asks at the prompt; null where there is none, and an editor is made for a question.
+  using Asker = std::function<int(const std::string &question, bool echo, char *answer, size_t size)>;
+  void set_asker(Asker asker) { asker_ = std::move(asker); }
+  int ask(const char *question, bool echo, char *answer, size_t size);
+
+  // Standard output, whatever a command's output goes to meanwhile.
+  int terminal() const { return output_.standard_output(); }
+
   // ---- State
 
   // The prompt, safe for a terminal (control bytes are shown as \xNN); without colour.
@@ -128,6 +138,7 @@ class Shell {
   Completer completer_;
   Output output_;
   LineWatch watch_;
+  Asker asker_;
   bool started_ = false;
   bool accepts_controls_ = false;
   bool leave_requested_ = false;

@@ -5,9 +5,12 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <ctime>
+#include <iterator>
 
 #include "cli_shell/raw_write.hpp"
 
@@ -24,6 +27,7 @@ struct HandlerState {
   volatile std::sig_atomic_t ending = 0;
   volatile std::sig_atomic_t editing = 0;
   int terminal = -1;
+  int out = -1;
   bool has_modes = false;
   termios modes{};
   volatile std::sig_atomic_t marks_pastes = 0;
@@ -43,7 +47,7 @@ void change_modes(const termios &modes, int when) {
 void mark_pastes(bool on) {
   if ((state.marks_pastes != 0) == on) return;
   state.marks_pastes = on ? 1 : 0;
-  write_all(STDOUT_FILENO, on ? kPastesOn : kPastesOff);
+  write_all(state.out, on ? kPastesOn : kPastesOff);
 }
 
 // In signal handlers, too.
@@ -57,15 +61,50 @@ void set_modes_back_at_exit() {
   set_modes_back(TCSANOW);
 }
 
-struct sigaction abort_before {};
+// By these a process dies where it does not handle them.
+constexpr int kFatal[] = {SIGABRT, SIGSEGV, SIGBUS,  SIGFPE,    SIGILL,  SIGSYS,  SIGTRAP,
+                          SIGALRM, SIGPROF, SIGUSR1, SIGVTALRM, SIGUSR2, SIGXCPU, SIGPOLL};
+struct sigaction before_fatal[std::size(kFatal)];
 
-// What else is done before the process dies of it is done after this.
-void set_modes_back_on_abort(int signal) {
+// What else is done before the process dies of it is done after this: the instruction at fault runs again, and what
+// somebody sent is sent again.
+void set_modes_back_on(int signal, siginfo_t *info, void *) {
   const int error = errno;
   set_modes_back(TCSANOW);
-  sigaction(signal, &abort_before, nullptr);
+  const auto row = std::find(std::begin(kFatal), std::end(kFatal), signal);
+  sigaction(signal, &before_fatal[row - std::begin(kFatal)], nullptr);
+  if (info->si_code <= 0) raise(signal);
   errno = error;
-  if (abort_before.sa_handler != SIG_DFL && abort_before.sa_handler != SIG_IGN) abort_before.sa_handler(signal);
+}
+
+// A handler that is there already has its reasons, but where it only precedes the end.
+bool ends_process(int signal, const struct sigaction &action) {
+  const bool is_fault =
+      signal == SIGABRT || signal == SIGSEGV || signal == SIGBUS || signal == SIGFPE || signal == SIGILL;
+  return is_fault || action.sa_handler == SIG_DFL;
+}
+
+// Also where the stack has overflowed.
+void handle_fatal_signals() {
+  alignas(std::max_align_t) static char spare[size_t{1} << 16];
+  stack_t stack{};
+  if (sigaltstack(nullptr, &stack) == 0 && (stack.ss_flags & SS_DISABLE) != 0) {
+    stack = {};
+    stack.ss_sp = spare;
+    stack.ss_size = sizeof spare;
+    sigaltstack(&stack, nullptr);
+  }
+  struct sigaction action {};
+  action.sa_sigaction = set_modes_back_on;
+  action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+  for (size_t i = 0; i < std::size(kFatal); ++i) {
+    sigaction(kFatal[i], nullptr, &before_fatal[i]);
+    if (ends_process(kFatal[i], before_fatal[i])) sigaction(kFatal[i], &action, nullptr);
+  }
+}
+
+void leave_fatal_signals() {
+  for (size_t i = 0; i < std::size(kFatal); ++i) sigaction(kFatal[i], &before_fatal[i], nullptr);
 }
 
 // Ends the process by the signal whose handler is running, as soon as that returns.
@@ -133,15 +172,14 @@ sigset_t noted_signals() {
 
 }  // namespace
 
-TerminalSignals::TerminalSignals(int terminal) {
+TerminalSignals::TerminalSignals(int terminal, int out) {
   state.terminal = terminal;
+  state.out = out;
   state.has_modes = tcgetattr(terminal, &state.modes) == 0;
   take_notes();
   static const int registered = std::atexit(set_modes_back_at_exit);
   static_cast<void>(registered);
-  struct sigaction abort_action {};
-  abort_action.sa_handler = set_modes_back_on_abort;
-  sigaction(SIGABRT, &abort_action, &abort_before);
+  handle_fatal_signals();
   const struct sigaction action = noting();
   for (size_t i = 0; i < sizeof kHandled / sizeof *kHandled; i++) {
     saved_[i].signal = kHandled[i];
@@ -154,7 +192,7 @@ TerminalSignals::TerminalSignals(int terminal) {
 TerminalSignals::~TerminalSignals() {
   set_modes(Modes::kBefore, false);
   state.has_modes = false;
-  sigaction(SIGABRT, &abort_before, nullptr);
+  leave_fatal_signals();
   for (const Saved &saved : saved_) sigaction(saved.signal, &saved.action, nullptr);
 }
 
@@ -240,12 +278,14 @@ bool TerminalSignals::read_byte(char &byte) {
 TerminalSignals::Editing::Editing() {
   const struct sigaction action = noting();
   sigaction(SIGTSTP, &action, &stop_before_);
+  sigaction(SIGINT, &action, &interrupt_before_);  // a question stands within a command
   state.editing = 1;
 }
 
 TerminalSignals::Editing::~Editing() {
   state.editing = 0;
   sigaction(SIGTSTP, &stop_before_, nullptr);
+  sigaction(SIGINT, &interrupt_before_, nullptr);
 }
 
 }  // namespace cli_shell

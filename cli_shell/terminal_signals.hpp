@@ -22,7 +22,8 @@ struct SignalNotes {
 // it had when this was made; while a line is edited they are noted, for the editor to return in order.
 class TerminalSignals {
  public:
-  explicit TerminalSignals(int terminal);
+  // Marks for pastes are written to `out`.
+  TerminalSignals(int terminal, int out);
   ~TerminalSignals();
   TerminalSignals(const TerminalSignals &) = delete;
   TerminalSignals &operator=(const TerminalSignals &) = delete;
@@ -60,6 +61,7 @@ class TerminalSignals {
 
    private:
     struct sigaction stop_before_ {};
+    struct sigaction interrupt_before_ {};
   };
 
  private:

@@ -41,7 +41,7 @@ void answer(Editor &editor, const Event &event) {
       editor.remember(event.text);
       [[fallthrough]];
     case Event::Kind::kAbandoned:
-      if (event.text.size() % 3 == 2) return editor.ask("Password: ", event.text.size() % 2 == 0);
+      if (event.text.size() % 3 == 2) return editor.ask("Password: ", event.text.size() % 2 == 0, 20);
       return editor.begin("\033[1mrouter\033[m> ");
     case Event::Kind::kHelp:
       return event.text.ends_with('x') ? editor.step_aside() : editor.insert("?");

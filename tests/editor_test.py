@@ -121,6 +121,15 @@ class Keys(Prompt):
             shell.send(keys)
             shell.expect_exact(shown)
 
+    def test_questions(self):
+        shell = self.shell()
+        for keys, result in [("hush" + LEFT + "\r", "0 'hush'"), ("too long for it\r", "0 'too long'"),
+                             ("half" + ctrl("C"), "1 ''"), ("half" + ctrl("D"), "1 ''"), (PASTE % "a\nlevel\n", "0 'a'")]:
+            shell.send("ask\r")
+            shell.expect_exact("ask \r\n\x1b[?2004hPassword:")
+            self.assertRegex(self.type(shell, keys), f"^\x07*(\\^C)?\nasked {result}\n$")
+        self.assertEqual(["ask"], self.lines())
+
     def test_keys_of_a_device(self):
         shell = self.shell()
         level = "level \nlevel 1\n"
@@ -332,7 +341,7 @@ class Signals(Prompt):
         self.assertLess(on, off)
 
     def test_signals_that_end_the_session(self):
-        for number in signal.SIGTERM, signal.SIGHUP:
+        for number in signal.SIGTERM, signal.SIGHUP, signal.SIGABRT, signal.SIGSEGV, signal.SIGUSR1:
             with self.subTest(number):
                 parent, shell, modes = self.under_parent()
                 self.type(parent, f"show text {number.name}\r")

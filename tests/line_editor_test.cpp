@@ -326,11 +326,11 @@ TEST(LineEditor, QuestionsShowAndKeepNothing) {
   Session session;
   EXPECT_EQ(session.type("visible\r").text, "visible");
   session.editor.remember("visible");
-  session.editor.ask("Password: ", false);
-  EXPECT_EQ(session.type("se\033[Acr?\x7f\x12\t\x1a\x15secret\r").text, "secret");
+  session.editor.ask("Password: ", false, 8);
+  EXPECT_EQ(session.type("se\033[Acr?\x7f\x12\t\x1a\x15secret and more\r").text, "secret a");
   EXPECT_EQ(session.screen(), "> visible\nPassword:\n");
   for (const char *key : {"\x03", "\x04"}) {
-    session.editor.ask("Password: ", false);
+    session.editor.ask("Password: ", false, 8);
     EXPECT_EQ(session.type(std::string("half") + key).kind, Event::Kind::kAbandoned);
   }
   session.editor.begin("> ");

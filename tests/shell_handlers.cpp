@@ -69,6 +69,13 @@ CLI_API int shell_test_system(cli *engine, cli_node *node) {
   return status;
 }
 
+CLI_API int shell_test_ask(cli *engine, cli_node *) {
+  char answer[9];
+  const int result = cli_shell_ask(engine, "Password:", 0, answer, sizeof answer);
+  std::printf("asked %d '%s'\n", result, answer);
+  return 0;
+}
+
 CLI_API int shell_test_level(cli *engine, cli_node *) {
   pager_feedfmt(&engine->pager, "level %d", parser_get_privilege(&engine->parser));
   pager_newline(&engine->pager);

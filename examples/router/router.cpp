@@ -4,6 +4,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 namespace router {
@@ -70,10 +71,12 @@ std::string hash_secret(const std::string &secret) {
   return hash == nullptr ? "" : hash;
 }
 
-bool secret_matches(const std::string &secret, const std::string &hash) {
+bool secret_matches(const char *secret, const std::string &hash) {
   crypt_data data{};
-  const char *again = crypt_rn(secret.c_str(), hash.c_str(), &data, sizeof data);
-  return again != nullptr && hash == again;
+  const char *again = crypt_rn(secret, hash.c_str(), &data, sizeof data);
+  const bool matching = again != nullptr && hash == again;
+  explicit_bzero(&data, sizeof data);
+  return matching;
 }
 
 void renew_prompt(cli *engine) {

@@ -51,7 +51,7 @@ void report(const std::string &line);
 
 // The secret that an entry keeps as a hash.
 std::string hash_secret(const std::string &secret);
-bool secret_matches(const std::string &secret, const std::string &hash);
+bool secret_matches(const char *secret, const std::string &hash);
 
 // Puts the configured host name, or what the host preset, into the prompt; "#" marks the full level.
 void renew_prompt(cli *engine);

@@ -5,11 +5,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "cli_shell/plugin.h"
 #include "replay.hpp"
 #include "router.hpp"
 #include "storage.hpp"
+
+#pragma weak cli_shell_ask  // other hosts of these handlers have nobody to ask
 
 namespace {
 
@@ -18,16 +21,24 @@ using router::refuse;
 using router::router_of;
 using router::say;
 
-// The password of the line or, on a terminal, the one that is typed when asked for.
-std::string password_of(cli_node *command) {
-  if (router::given(command, "password")) return router::text_argument(command, "secret");
-  std::fflush(stdout);  // the echo of the line stands before the question
-  const char *typed = isatty(STDIN_FILENO) != 0 ? getpass("Password: ") : nullptr;
-  return typed == nullptr ? "" : typed;
-}
+constexpr int kNotDone = 1;
 
-bool may_pass(cli_node *command, const Entry &lock) {
-  return lock.has("nopassword") || router::secret_matches(password_of(command), lock.text("secret-hash"));
+enum class Passage { kFree, kBarred, kLeft };  // left: the user took the question back, and nothing is to be said
+
+// With the password of the line or, at the prompt, the one that is typed when asked for.
+Passage passage(cli *engine, cli_node *command, const Entry &lock) {
+  if (lock.has("nopassword")) return Passage::kFree;
+  const std::string hash = lock.text("secret-hash");
+  const auto matches = [&](const char *secret) {
+    return router::secret_matches(secret, hash) ? Passage::kFree : Passage::kBarred;
+  };
+  if (router::given(command, "password")) return matches(router::text_argument(command, "secret").c_str());
+  char typed[256] = "";
+  const bool asks = cli_shell_ask != nullptr;
+  if (asks && cli_shell_ask(engine, "Password: ", 0, typed, sizeof typed) == CLI_SHELL_CANCELLED) return Passage::kLeft;
+  const Passage result = matches(typed);
+  explicit_bzero(typed, sizeof typed);
+  return result;
 }
 
 void set_level(cli *engine, int64_t level) {
@@ -79,7 +90,9 @@ ROUTER_HANDLER router_enable(cli *engine, cli_node *command) {
   if (raises && lock == nullptr && router_of(engine).incomplete) {
     return refuse(engine, "The startup configuration was not read whole, and its password is not known");
   }
-  if (raises && lock != nullptr && !may_pass(command, *lock)) return refuse(engine, "Wrong password");
+  const Passage way = raises && lock != nullptr ? passage(engine, command, *lock) : Passage::kFree;
+  if (way == Passage::kBarred) return refuse(engine, "Wrong password");
+  if (way == Passage::kLeft) return kNotDone;
   if (raises && lock != nullptr) router_of(engine).incomplete = false;
   set_level(engine, level);
   return 0;
@@ -99,9 +112,9 @@ ROUTER_HANDLER router_login(cli *engine, cli_node *command) {
   const std::vector<const Entry *> users = router_of(engine).configuration.all("username");
   const auto user =
       std::find_if(users.begin(), users.end(), [&](const Entry *e) { return e->text("user-name") == name; });
-  if (user == users.end() || !may_pass(command, **user)) {
-    return refuse(engine, "Wrong name or password");
-  }
+  const Passage way = user == users.end() ? Passage::kBarred : passage(engine, command, **user);
+  if (way == Passage::kBarred) return refuse(engine, "Wrong name or password");
+  if (way == Passage::kLeft) return kNotDone;
   router_of(engine).user = name;
   const std::string level = (*user)->text("level");
   set_level(engine, level.empty() ? router::kUserLevel : std::atoi(level.c_str()));
