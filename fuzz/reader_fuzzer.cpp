@@ -43,9 +43,11 @@ void compare(const std::string &text) {
   std::string faults, others;
   cli_language *const read = cli_language_load(types, &source, add_fault, &faults);
   cli_language *const made = cli_language_from_json(types, json.get(), nullptr, &source, add_fault, &others);
-  const bool is_out_of_range = faults.find("the number is too large") != faults.npos;
-  FUZZ_REQUIRE((read == nullptr) == (made == nullptr || is_out_of_range));
-  FUZZ_REQUIRE(faults == others || json == nullptr || is_out_of_range);
+  // Jansson takes 0e999, and a NUL behind a number.
+  const bool is_stricter =
+      faults.find("the number is too large") != faults.npos || faults.find("a NUL byte") != faults.npos;
+  FUZZ_REQUIRE((read == nullptr) == (made == nullptr || is_stricter));
+  FUZZ_REQUIRE(faults == others || json == nullptr || is_stricter);
   if (read != nullptr) {
     cli one{}, other{};
     compare(&cli_init_language(&one, read, nullptr)->root, &cli_init_language(&other, made, nullptr)->root);
