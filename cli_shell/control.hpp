@@ -6,7 +6,7 @@
 #include <string>
 
 #include "cli_engine/cli_engine.h"
-#include "cli_shell/completion.hpp"
+#include "cli_shell/terminal/completion.hpp"
 
 namespace cli_shell {
 

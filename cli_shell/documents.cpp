@@ -8,8 +8,8 @@
 #include <cstring>
 #include <new>
 
-#include "cli_shell/file_descriptor.hpp"
 #include "cli_shell/options.hpp"
+#include "cli_shell/output/file_descriptor.hpp"
 
 namespace cli_shell {
 namespace {

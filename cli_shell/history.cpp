@@ -11,9 +11,9 @@
 #include <cstdlib>
 #include <utility>
 
-#include "cli_shell/file_descriptor.hpp"
-#include "cli_shell/raw_write.hpp"
-#include "cli_shell/whole_file.hpp"
+#include "cli_shell/output/file_descriptor.hpp"
+#include "cli_shell/output/raw_write.hpp"
+#include "cli_shell/output/whole_file.hpp"
 #include "cli_shell/words.hpp"
 
 namespace cli_shell {

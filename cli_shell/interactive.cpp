@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "cli_shell/history.hpp"
-#include "cli_shell/line_editor.hpp"
-#include "cli_shell/raw_write.hpp"
+#include "cli_shell/output/raw_write.hpp"
+#include "cli_shell/terminal/line_editor.hpp"
 #include "cli_shell/words.hpp"
 
 namespace cli_shell {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "cli_shell/display_text.hpp"
+#include "cli_shell/output/display_text.hpp"
 #include "cli_shell/words.hpp"
 
 namespace cli_shell {

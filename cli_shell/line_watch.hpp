@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
-#include "cli_shell/output.hpp"
+#include "cli_shell/output/output.hpp"
 #include "cli_shell/secrets.hpp"
 
 namespace cli_shell {

@@ -13,8 +13,8 @@
 #include <string_view>
 
 #include "cli_shell/memory_gone.hpp"
+#include "cli_shell/output/raw_write.hpp"
 #include "cli_shell/private_memory.hpp"
-#include "cli_shell/raw_write.hpp"
 #include "cli_shell/subcommands.hpp"
 #include "libglobal/resembling.hpp"
 

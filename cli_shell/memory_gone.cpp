@@ -8,7 +8,7 @@
 #include <exception>
 #include <new>
 
-#include "cli_shell/raw_write.hpp"
+#include "cli_shell/output/raw_write.hpp"
 
 namespace cli_shell {
 namespace {

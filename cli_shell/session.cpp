@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "cli_shell/interactive.hpp"
-#include "cli_shell/raw_write.hpp"
+#include "cli_shell/output/raw_write.hpp"
 
 namespace cli_shell {
 namespace {

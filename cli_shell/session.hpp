@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "cli_shell/file_descriptor.hpp"
 #include "cli_shell/options.hpp"
+#include "cli_shell/output/file_descriptor.hpp"
 #include "cli_shell/shell.hpp"
 
 namespace cli_shell {

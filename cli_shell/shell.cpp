@@ -12,8 +12,8 @@
 #include <type_traits>
 
 #include "cli_shell/control.hpp"
-#include "cli_shell/line_editor.hpp"
-#include "cli_shell/look.hpp"
+#include "cli_shell/terminal/line_editor.hpp"
+#include "cli_shell/terminal/look.hpp"
 #include "cli_shell/words.hpp"
 
 int cli_shell_exit(cli *engine, cli_node *) {

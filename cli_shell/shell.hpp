@@ -11,14 +11,14 @@
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
-#include "cli_shell/completion.hpp"
 #include "cli_shell/documents.hpp"
 #include "cli_shell/handlers_library.hpp"
 #include "cli_shell/line_watch.hpp"
 #include "cli_shell/options.hpp"
-#include "cli_shell/output.hpp"
+#include "cli_shell/output/output.hpp"
 #include "cli_shell/secrets.hpp"
 #include "cli_shell/tally.hpp"
+#include "cli_shell/terminal/completion.hpp"
 
 namespace cli_shell {
 

@@ -1,11 +1,11 @@
 // What cli-shell does to output: making it harmless in any pieces, cutting lines into words, filters.
-#include "cli_shell/filters.hpp"
+#include "cli_shell/output/filters.hpp"
 
 #include <algorithm>
 #include <string>
 
 #include "cli_engine/tokenizer.h"
-#include "cli_shell/display_text.hpp"
+#include "cli_shell/output/display_text.hpp"
 #include "cli_shell/words.hpp"
 #include "invariants.hpp"
 #include "source.hpp"

@@ -7,7 +7,7 @@ import re
 import sys
 
 source, pages = sys.argv[1], sys.argv[2:]
-PLACES = ["", "cli_engine", "cli_shell"]  # a bare source name is one of these folders'
+PLACES = ["", "cli_engine", "cli_shell", "cli_shell/output"]  # a bare source name is one of these folders'
 FILE_NAME = re.compile(r"[\w./-]+/|[\w./-]*\w\.(?:c|h|cpp|hpp|md|py|json|txt|cmake)")
 
 
