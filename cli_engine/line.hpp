@@ -52,7 +52,7 @@ void perform(cli *engine, EngineState &state, const char *line, cli_node *select
 void end_command(cli *engine, EngineState &state, int result);
 
 // Finds what the parser's error blames in the line as it was typed.
-void blame(const cli &engine, std::string_view line, cli_outcome &outcome);
+void blame(cli &engine, std::string_view line, cli_outcome &outcome);
 
 // A table is written in pieces of about so many bytes.
 inline constexpr std::size_t kWrittenAtOnce = 1024;

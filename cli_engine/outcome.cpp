@@ -13,13 +13,26 @@
 namespace cli_engine {
 namespace {
 
-// The number of tokens behind the blamed one that were typed: those of an alias that it came from are not.
-std::size_t typed_words_behind(const cli &engine, const token *blamed) {
+// The place of the blamed token among the words of the line as typed. Without an alias it is its place among the
+// tokens; behind one, words are counted from the line's end, since those of an alias were not typed.
+std::size_t typed_place(cli &engine, std::string_view line, const token *blamed) {
+  const std::size_t behind_alias = state_of(engine.parser).behind_alias;
+  std::size_t place = 0;
+  if (behind_alias == SIZE_MAX) {
+    for (const token *tok = tokenizer_first(&engine.tokenizer); tok != nullptr && tok != blamed; tok = tok->next) {
+      place++;
+    }
+    return place;
+  }
   std::size_t behind = 0;
   for (const token *tok = blamed->next; tok != nullptr; tok = tok->next) {
     behind++;
   }
-  return std::min(behind, state_of(const_cast<parser &>(engine.parser)).behind_alias);
+  for_each_typed_word(line, [&place](std::size_t, TypedWord) {
+    place++;
+    return true;
+  });
+  return place - std::min(behind, behind_alias) - 1;
 }
 
 // The answer to a call that runs no line.
@@ -33,20 +46,15 @@ std::size_t typed_words_behind(const cli &engine, const token *blamed) {
 
 }  // namespace
 
-void blame(const cli &engine, std::string_view line, cli_outcome &outcome) {
+void blame(cli &engine, std::string_view line, cli_outcome &outcome) {
   const token *const blamed = engine.parser.error->token;
   outcome.column = line.size();
   if (blamed == nullptr) {
     return;
   }
-  const std::size_t behind = typed_words_behind(engine, blamed);
-  std::size_t count = 0;
-  for_each_typed_word(line, [&count](std::size_t, TypedWord) {
-    count++;
-    return true;
-  });
+  const std::size_t place = typed_place(engine, line, blamed);
   for_each_typed_word(line, [&](std::size_t index, TypedWord word) {
-    if (index + behind + 1 != count) {
+    if (index != place) {
       return true;
     }
     outcome.column = word.column;

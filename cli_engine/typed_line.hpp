@@ -21,6 +21,10 @@ void for_each_typed_word(std::string_view line, Visit visit) {
   char quote = '\0';
   for (std::size_t at = 0; at <= line.size(); at++) {
     const char c = at < line.size() ? line[at] : ' ';
+    if (c > '\'' && c != '\\') {  // most: neither blanks nor quotes
+      counts = true;
+      continue;
+    }
     const bool at_end = at == line.size();
     const bool blank = c == ' ' || (c >= '\t' && c <= '\r');
     if (at_end || (blank && quote == '\0')) {

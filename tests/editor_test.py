@@ -8,7 +8,7 @@ import unittest
 
 import pexpect
 
-from shell_test import ENVIRONMENT, HANDLERS, LANGUAGE, SHELL, Case
+from shell_test import ENVIRONMENT, HANDLERS, LANGUAGE, SHELL, Case, end
 
 COMMAND = [SHELL, "--handlers", HANDLERS, "--color=never", "--no-more", LANGUAGE]
 CONTROL = re.compile(r"\x1b\[[0-9;?]*[A-Za-z]|\x1b[=>]|[\r\x08]")
@@ -24,14 +24,15 @@ class Prompt(Case):
     def setUp(self):
         super().setUp()
         self.history = self.folder + "/state/cli-engine/history"
-        self.env = {**ENVIRONMENT, "HOME": self.folder, "XDG_STATE_HOME": self.folder + "/state"}
+        self.env = {**ENVIRONMENT, "HOME": self.folder, "XDG_STATE_HOME": self.folder + "/state",
+                    "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") + ":handle_segv=0"}
         self.env.pop("INPUTRC", None)
 
     def spawn(self, command, size=(24, 80), **env):
         child = pexpect.spawn(command[0], command[1:], env={**self.env, **env}, timeout=60, dimensions=size,
                               encoding="utf-8", codec_errors="replace", maxread=100000)
         child.delaybeforesend = None
-        self.addCleanup(child.close)
+        self.addCleanup(end, child)
         return child
 
     def shell(self, size=(24, 80), **env):
@@ -56,6 +57,7 @@ class Prompt(Case):
     def leave(self, shell):
         shell.send(ctrl("D"))
         shell.expect(pexpect.EOF)
+        shell.wait()
         shell.close()
         self.assertEqual((0, None), (shell.exitstatus, shell.signalstatus))
 
