@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 
 #include <functional>
-#include <random>
 #include <sstream>
 
 #include "cli_engine/table.h"
@@ -222,28 +221,6 @@ TEST(Sizes, AliasesInARingEnd) {
   engine.execute("a0 y");
   EXPECT_EQ(engine.error(), E_EXTRA_INPUT);
   EXPECT_EQ(token_list_size(tokenizer_first(&engine->tokenizer)), 4U + 16 * 5 + 2);
-}
-
-TEST(Sizes, ManySiblings) {
-  constexpr int kSiblings = 100000;
-  const Json document{json_object()};
-  std::vector<int> numbers(kSiblings);
-  for (int i = 0; i < kSiblings; i++) numbers[static_cast<size_t>(i)] = i;
-  std::shuffle(numbers.begin(), numbers.end(), std::mt19937(1));
-  for (const int number : numbers) {
-    char name[16];
-    snprintf(name, sizeof name, "w%06d", number);
-    json_object_set_new(document.get(), name, json_pack("{s:s}", "#help", "h"));
-  }
-  Engine engine(document.get(), nullptr);
-  int number = 0;
-  for (const cli_node *word = cli_node_first_choice(&engine->root); word != nullptr;
-       word = cli_node_next_choice(word)) {
-    ASSERT_EQ(atoi(word->name + 1), number++);
-  }
-  EXPECT_EQ(number, kSiblings);
-  EXPECT_TRUE(engine.execute("w0999").starts_with("{31}w0999 \n^\n{35}Ambiguous input{} at 'w0999': ''\n"));
-  EXPECT_EQ(engine.complete("w09999").size(), 2 + 10 * std::string("\"w099990 \", ").size() - 2);
 }
 
 // ---- Interrupts ----

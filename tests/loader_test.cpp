@@ -75,11 +75,6 @@ TEST(Loader, HandlersComeFromTheHostsTableFirst) {
               testing::ExitedWithCode(1), "");
 }
 
-TEST(Loader, LongestKeyLoads) {
-  Engine engine("{'" + std::string(4095, 'k') + "': {'#help': 'h', '#handler': 'loader_handler'}}");
-  EXPECT_EQ(cli_node_first_choice(&engine->root)->name_len, 4095U);
-}
-
 TEST(Loader, HelpTemplatesAreExpanded) {
   for_each_case("loader.json", "helps", [&](json_t *row) {
     const Json document{json_pack("{s:{s:O}}", "a", "#help", json_object_get(row, "help"))};

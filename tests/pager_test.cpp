@@ -1,8 +1,7 @@
-// Lines and their indentation, what is printed and when printing stops, captured commands, and reuse of memory.
+// Lines and their indentation, what is printed and when printing stops, and captured commands.
 #include "cli_engine/pager.h"
 
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <signal.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -102,18 +101,6 @@ class Pager : public testing::Test {
     const Screen screen;
     EXPECT_EQ(pager_show_line(&pager_, first, last), printed);
     return screen.text();
-  }
-  // Lines of up to ten parts of various widths; returns the size of their texts.
-  std::size_t feed_in_parts(int lines) {
-    std::size_t size = 0;
-    for (int line = 0; line < lines; ++line) {
-      for (int part = 0; part < line % 11; ++part) {
-        pager_feedfmt(&pager_, "%*d ", 2 * (line % 29), line);
-      }
-      size += dyn_string_len(pager_line(&pager_));
-      pager_newline(&pager_);
-    }
-    return size;
   }
   pager pager_ = {};
 
@@ -247,18 +234,6 @@ TEST_F(Pager, InterruptedReadsLoseNothing) {
   EXPECT_EQ(status, 0);
   EXPECT_EQ(dyn_string_len(pager_line(&pager_)), 0U) << "the last line is ended";
   EXPECT_EQ(show(), "1.\n2.\n3.\n4\n");
-}
-
-TEST_F(Pager, ManyLinesTakeLittleMoreThanTheirText) {
-  constexpr int kLines = 20000;
-  const auto in_use = [] {
-    const struct mallinfo2 heap = mallinfo2();
-    return heap.uordblks + heap.hblkhd;
-  };
-  const std::size_t before = in_use();
-  const std::size_t text = feed_in_parts(kLines);
-  EXPECT_EQ(pager_line_count(&pager_), kLines);
-  EXPECT_LE(in_use() - before, text + std::size_t{kLines} * 96);
 }
 
 }  // namespace

@@ -161,15 +161,4 @@ TEST_F(Tokenizer, ReusesItsMemory) {
   EXPECT_EQ(tokens_.capacity, 271U + 256U);
 }
 
-TEST_F(Tokenizer, TakesAMillionWords) {
-  constexpr std::size_t kWords = 1000000;
-  std::string line;
-  while (line.size() < kWords * 16) {
-    line += "interface\\ eth0 ";
-  }
-  tokenizer_run(&tokens_, line.c_str(), static_cast<int>(line.size()) - 1);
-  EXPECT_EQ(token_list_size(tokenizer_first(&tokens_)), kWords * 15);
-  EXPECT_EQ(tokens_.cursor_token->cursor, 14);
-}
-
 }  // namespace
