@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <set>
-#include <string_view>
 
 #include "cli_engine/node.hpp"
 

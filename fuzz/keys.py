@@ -47,15 +47,9 @@ class Session:
         self.pid = os.fork()
         if self.pid == 0:
             os.chdir(folder)
-            os.login_tty(self.terminal) if hasattr(os, "login_tty") else self.take_terminal()
+            os.login_tty(self.terminal)
             os.execve(SHELL, command, environment)
         os.set_blocking(self.master, False)
-
-    def take_terminal(self):
-        os.setsid()
-        fcntl.ioctl(self.terminal, termios.TIOCSCTTY, 0)
-        for descriptor in range(3):
-            os.dup2(self.terminal, descriptor)
 
     def send(self, data):
         with self.lock:

@@ -5,19 +5,16 @@
 #include <jansson.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
+#include "cli_engine/json_ref.hpp"
 #include "source.hpp"
 
 namespace fuzz {
 
-struct JsonRelease {
-  void operator()(json_t *value) const { json_decref(value); }
-};
-using Json = std::unique_ptr<json_t, JsonRelease>;
+using Json = cli_engine::JsonRef;
 
 // Words that abbreviate one another, in both cases, and names that the library adds itself.
 inline constexpr const char *kWords[] = {"a", "ab", "abc", "A", "b", "bc", "do", "end", "exit", "e", "x1", "1"};

@@ -128,26 +128,7 @@ Verdict loader_verdict(const Texts &texts, validator_typesystem *types) {
 
 // ---- Mutations ----
 
-// What no document would hold, but a slip of the hand may give: values and names.
-constexpr const char *kValues = R"([null, true, false, 0, 1, -1, 10, 15, 16, 2147483647, 2147483648, -2147483649,
-  4294967295, 4294967296, 4294967306, 1.5, "", "key", "container", "int", "unsignedInt", "string", "Int", "show",
-  [], {}, ["x"], [5],
-  {"fmt": "a {b}", "args": {"b": 1}}, {"fmt": "a {b}", "args": {"b": 1.0}}, {"fmt": "a {b"}, {"fmt": "a } b"},
-  {"fmt": "{a{b}"}, {"fmt": "{}"}, {"fmt": "{b}", "args": []},
-  [{"value": "v"}], [{"value": "v", "description": "d"}], [{"value": "v", "if": "x"}],
-  [{"value": "v", "description": "d", "if-not": ["x", ["y"]]}],
-  [{"value": "v", "description": "d", "if-not": ["x", 5]}],
-  [{"value": "v", "description": "d", "if": ["x", 5], "if-not": []}],
-  [{"value": "v", "description": "d", "if": null}],
-  {"#help": "h"}, {"#help": "h", "#handler": "f"}, {"#alias": "show"}, {"#help": "h", "#prompt": "p"},
-  {"#name": "n", "#type": "string", "#help": "h"}, {"#type": "container"},
-  [{"#name": "n", "#type": "key", "#help": "h"}],
-  {"Level": 16, "Name": "show", "Prompt": ""}, {"Level": 4294967297, "Name": "ping", "Prompt": ""}])";
-constexpr const char *kNames = R"(["#help", "#handler", "#prompt", "#alias", "#args", "#commands", "#type", "#name",
-  "#optional", "#sequential", "#exclusive", "#min_inclusive", "#max_inclusive", "#width", "#base", "#min_length",
-  "#max_length", "#enum", "fmt", "args", "value", "if", "if-not", "description", "Level", "Name", "Prompt",
-  "show", "show ip", "SHOW  Version x", " ", "", "x ", " x", "sv x", "configure do x", "configure exit",
-  "configure ip x", "12345678901234567890", "0", "123456789012345678901", "level1"])";
+// Changes documents by what none would hold, but a slip of the hand may give: the values and names of mutations.json.
 class Mutator {
  public:
   explicit Mutator(unsigned seed) : random_(seed) {}
@@ -167,17 +148,20 @@ class Mutator {
  private:
   std::size_t below(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random_); }
 
-  json_t *pick(const JsonRef &pool) { return json_array_get(pool.get(), below(json_array_size(pool.get()))); }
+  json_t *pick(const char *kind) {
+    const json_t *all = json_object_get(pool_.get(), kind);
+    return json_array_get(all, below(json_array_size(all)));
+  }
 
   // A value from the pool, or a copy of one that stands elsewhere in the document.
   json_t *any_value(const std::vector<json_t *> &containers) {
-    return json_deep_copy(below(4) == 0 ? containers[below(containers.size())] : pick(values_));
+    return json_deep_copy(below(4) == 0 ? containers[below(containers.size())] : pick("values"));
   }
 
   // Names of which the two longest stand on either side of the limit.
   std::string any_name() {
     const std::size_t choice = below(30);
-    return choice < 2 ? std::string(4095 + choice, 'k') : json_string_value(pick(names_));
+    return choice < 2 ? std::string(4095 + choice, 'k') : json_string_value(pick("names"));
   }
 
   void change_structure(json_t *document) {
@@ -226,8 +210,7 @@ class Mutator {
   }
 
   std::mt19937 random_;
-  const JsonRef values_{json_loads(kValues, 0, nullptr)};
-  const JsonRef names_{json_loads(kNames, 0, nullptr)};
+  const JsonRef pool_{json_load_file(TEST_DATA_DIR "/mutations.json", 0, nullptr)};
 };
 
 // ---- The documents that the mutations begin with ----

@@ -7,19 +7,16 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli_engine/cli_engine.h"
+#include "cli_engine/json_ref.hpp"
 
 namespace engine_support {
 
-struct JsonFree {
-  void operator()(json_t *value) const { json_decref(value); }
-};
-using Json = std::unique_ptr<json_t, JsonFree>;
+using Json = cli_engine::JsonRef;
 
 // Reads JSON in which apostrophes stand for quotation marks.
 inline Json json(std::string text) {
@@ -36,7 +33,7 @@ inline Json json(std::string text) {
 
 // A value as compact JSON text.
 inline std::string text_of(const json_t *value) {
-  const std::unique_ptr<char, decltype(&std::free)> text{json_dumps(value, JSON_ENCODE_ANY), &std::free};
+  const cli_engine::JsonText text{json_dumps(value, JSON_ENCODE_ANY)};
   return text != nullptr ? text.get() : "null";
 }
 

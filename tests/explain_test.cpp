@@ -1,8 +1,11 @@
 // What is said after a failed line, and the short lists of failed lines.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "engine_support.hpp"
 
+using engine_support::cases;
 using engine_support::Engine;
 using engine_support::Json;
 
@@ -18,32 +21,6 @@ int test_nothing(cli *engine, cli_node *) {
 
 namespace {
 
-const std::string kLanguage = R"({
-  'show': {'#help': 'h'}, 'show route': {'#help': 'h', '#handler': 'test_nothing'},
-  'show router': {'#help': 'h', '#handler': 'test_nothing'},
-  'shutdown': {'#help': 'h', '#handler': 'test_nothing'},
-  'reload': {'#help': 'h', '#handler': 'test_nothing'},
-  'oops': {'#alias': 'show rout3'},
-  'set': {'#help': 'h', '#handler': 'test_nothing', '#args': [{'#type': 'container', '#args': [
-    {'#type': 'string', '#name': 'state', '#help': 'h', '#enum': ['enable', 'disable', 'on hold']},
-    {'#type': 'key', '#name': 'forever', '#help': 'h', '#optional': true},
-    {'#type': 'key', '#name': 'forced', '#help': 'h', '#optional': true},
-    {'#type': 'int', '#name': 'times', '#help': 'h', '#optional': true}]}]},
-  'hello': {'#help': 'h', '#handler': 'test_nothing', '#args': [
-    {'#type': 'string', '#name': 'text', '#help': 'h', '#max_length': 12}]},
-  'configure': {'#help': 'h'},
-  'configure terminal': {'#help': 'h', '#prompt': 'config', '#commands': {
-    'hostname': {'#help': 'h', '#handler': 'test_nothing', '#args': [
-      {'#type': 'string', '#name': 'name', '#help': 'h'}]},
-    'secret': {'#help': 'h', '#handler': 'test_nothing'},
-    'interface': {'#help': 'h', '#prompt': 'config-if', '#args': [
-        {'#type': 'string', '#name': 'name', '#help': 'h'}], '#commands': {
-      'mtu': {'#help': 'h', '#handler': 'test_nothing', '#args': [
-        {'#type': 'int', '#name': 'size', '#help': 'h', '#max_inclusive': 9000}]}}}}}
-})";
-const std::string kPrivileges = R"({'1': {'Name': 'reload', 'Prompt': '', 'Level': 15},
-                                    '2': {'Name': 'secret', 'Prompt': 'config', 'Level': 7}})";
-
 std::string explained(cli *engine) {
   DynString *out = dyn_string_new();
   const int count = cli_explain(engine, out);
@@ -53,54 +30,21 @@ std::string explained(cli *engine) {
   return text;
 }
 
-struct Case {
-  const char *before;  // lines that lead to the mode
-  const char *line;
-  const char *explained;
-};
-constexpr Case kCases[] = {
-    {"", "shwo route", "did you mean \"show\"?\n"},
-    {"", "show ruote", "did you mean \"route\"?\n"},
-    {"", "show routr", "did you mean \"route\"?\ndid you mean \"router\"?\n"},
-    {"", "show zzzzz", ""},
-    {"", "show route now", ""},
-    {"", "show route", ""},
-    {"", "set", ""},
-    {"", "oops", ""},  // the slip is not the user's
-    {"", "sh", "\"sh\" could be \"show\" or \"shutdown\"\n"},
-    {"", "show rou", "\"rou\" could be \"route\" or \"router\"\n"},
-    {"", "set on for", "\"for\" could be \"forever\" or \"forced\"\n"},
-    {"", "set enabel", "did you mean \"enable\"?\n"},
-    {"", "set Enable", "did you mean \"enable\"?\n"},
-    {"", "set on hold", "Quote text that holds blanks\n"},
-    {"", "hello you there", "Quote text that holds blanks\n"},
-    {"", "hello you over there", ""},  // longer than the text may be
-    {"", "reolad", ""},
-    {"", "reload", ""},
-    {"", "hostname r1", "\"hostname\" is a command of mode config: configure terminal\n"},
-    {"", "hostname", "\"hostname\" is a command of mode config: configure terminal\n"},
-    {"", "mtu 1500", "\"mtu\" is a command of mode config-if: configure terminal, interface <name>\n"},
-    {"", "secret", ""},
-    {"configure terminal", "mtu 1500", "\"mtu\" is a command of mode config-if: interface <name>\n"},
-    {"configure terminal;interface e", "mut 5", "did you mean \"mtu\"?\n"},
-    {"configure terminal;interface e", "hostnaem r1", "did you mean \"hostname\"?\n"},  // where the user comes from
-    {"configure terminal;interface e", "mtu 9001", ""},
-    {"configure terminal;interface e", "do shwo", "did you mean \"show\"?\n"},
-    {"configure terminal;secret", "secret", ""},
+struct Explained : Engine {
+  Explained() : Engine(cases("explain.json", "language").get(), cases("explain.json", "privileges").get()) {}
 };
 
+// Rows of the modes' lines, the line, and what is said of it.
 TEST(Explain, SaysWhatHelpsAndNothingElse) {
-  Engine engine(kLanguage, kPrivileges);
-  for (const Case &row : kCases) {
+  Explained engine;
+  engine_support::for_each_case("explain.json", "cases", [&engine](const json_t *row) {
+    const std::vector<std::string> texts = engine_support::texts_of(row);
     cli_reset_subconfig(engine.get());
-    std::string before = row.before;
-    for (size_t end = 0; !before.empty(); before.erase(0, end == std::string::npos ? end : end + 1)) {
-      end = before.find(';');
-      engine.execute(before.substr(0, end));
-    }
-    engine.execute(row.line);
-    EXPECT_EQ(explained(engine.get()), row.explained) << row.before << "; " << row.line;
-  }
+    std::istringstream modes(texts[0]);
+    for (std::string line; std::getline(modes, line, ';');) engine.execute(line);
+    engine.execute(texts[1]);
+    EXPECT_EQ(explained(engine.get()), texts[2]);
+  });
   engine->flags |= CLI_EXPLAIN_LEVELS;
   engine.execute("end");
   engine.execute("reload");
@@ -134,7 +78,7 @@ std::string state_of(cli *engine) {
 }
 
 TEST(Explain, LeavesTheMarksOfTheLine) {
-  Engine engine(kLanguage, kPrivileges);
+  Explained engine;
   engine->flags |= CLI_EXPLAIN_LEVELS;
   for (const char *line : {"configure terminal", "interface e", "mtu x y", "hostnaem r", "do set on forever for",
                            "do set on x", "show zz", "hello a b", "sh"}) {
@@ -147,7 +91,7 @@ TEST(Explain, LeavesTheMarksOfTheLine) {
 }
 
 TEST(Explain, RefusesWhatItCannotAnswer) {
-  Engine engine(kLanguage);
+  Explained engine;
   cli fresh{};
   DynString *out = dyn_string_new();
   EXPECT_EQ(cli_explain(engine.get(), out), 0);  // before the first line
@@ -175,14 +119,14 @@ TEST(ShortErrors, ListWhatResemblesTheWord) {
     return list == std::string::npos ? "none" : names;
   };
   const std::string ten = "worda wordb wordc wordd worde wordf wordg wordh wordi word";
-  const std::pair<const char *, std::string> cases[] = {
+  const std::pair<const char *, std::string> lists[] = {
       {"shwo", "show "},
       {"zebra", "none"},
       {"workl", ten + "l "},
       {"mtu x", "size "},
       {"", "mtu show worda wordb wordc wordd worde wordf wordg wordh "},
   };
-  for (const auto &[line, names] : cases) EXPECT_EQ(listed(line), names) << line;
+  for (const auto &[line, names] : lists) EXPECT_EQ(listed(line), names) << line;
 }
 
 }  // namespace

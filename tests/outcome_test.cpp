@@ -76,22 +76,7 @@ int outcome_stop(cli *engine, cli_node *) {
 
 namespace {
 
-const char *const kLanguage = R"({
-  'say': {'#help': 'h', '#handler': 'outcome_say'}, 'later': {'#help': 'h', '#handler': 'outcome_later'},
-  'now': {'#help': 'h', '#handler': 'outcome_now'}, 'again': {'#help': 'h', '#handler': 'outcome_again'},
-  'stop': {'#help': 'h', '#handler': 'outcome_stop'}, 'shut': {'#help': 'h', '#handler': 'outcome_say'},
-  'exit': {'#help': 'h', '#handler': 'outcome_say'},
-  'mtu': {'#help': 'h', '#handler': 'outcome_say', '#args': [
-    {'#type': 'int', '#name': 'size', '#help': 'h', '#min_inclusive': 68}]},
-  'show': {'#help': 'h'}, 'show all': {'#help': 'h', '#handler': 'outcome_say'}, 'sa': {'#alias': 'show all'},
-  'ring': {'#alias': 'ring again'},
-  'conf': {'#help': 'h', '#prompt': 'conf', '#commands': {
-    'name': {'#help': 'h', '#handler': 'outcome_say'},
-    'if': {'#help': 'h', '#prompt': 'if', '#args': [{'#type': 'int', '#name': 'n', '#help': 'h', '#max_inclusive': 9}],
-      '#commands': {'up': {'#help': 'h', '#handler': 'outcome_say'},
-        'sub': {'#help': 'h', '#prompt': 'sub', '#commands': {'deep': {'#help': 'h', '#handler': 'outcome_say'}}}}},
-    'no': {'#help': 'h', '#prompt': 'no', '#handler': 'outcome_refuse'}}}
-})";
+const std::string kLanguage = engine_support::text_of(engine_support::cases("outcome.json", "language").get());
 
 // An engine that writes into a text, without colours and echo.
 class Session {
@@ -344,7 +329,7 @@ TEST(Replay, TextsAndWhatBecomesOfTheirLines) {
 
 TEST(Replay, LineByLine) {
   std::string without_exit = kLanguage;
-  without_exit.replace(without_exit.find("'exit'"), 6, "'quit'");
+  without_exit.replace(without_exit.find("\"exit\""), 6, "\"quit\"");
   for (const unsigned options : {0U, static_cast<unsigned>(CLI_DRY_RUN)}) {
     Session session(without_exit);
     EXPECT_EQ(session.replay("exit\nconf\nif 99\n up\nexit\nexit\nexit\nsay", options), "025!0!0101");

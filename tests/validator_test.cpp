@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <span>
 #include <string>
 #include <utility>
