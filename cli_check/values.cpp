@@ -253,11 +253,12 @@ void refused_offer(const Scope &scope, const cli_node &node) {
 
 // What is given in the order in which the syntax shows it may go elsewhere.
 void crossed_values(const Scope &scope, const cli_node &node) {
+  constexpr std::size_t kLongLine = 1000;  // a line costs the square of its arguments
   if (is_argument(node) || cli_node_first_arg(&node) == nullptr) {
     return;
   }
   const std::optional<Steps> steps = steps_of(node, [](const cli_node &) { return true; });
-  if (!steps) {
+  if (!steps || steps->size() > kLongLine) {
     return;
   }
   const Typed typed(scope.engine, node, line_of(*steps));
