@@ -13,26 +13,13 @@
 namespace cli_engine {
 namespace {
 
-// The place of the blamed token among the words of the line as typed. Without an alias it is its place among the
-// tokens; behind one, words are counted from the line's end, since those of an alias were not typed.
-std::size_t typed_place(cli &engine, std::string_view line, const token *blamed) {
-  const std::size_t behind_alias = state_of(engine.parser).behind_alias;
-  std::size_t place = 0;
-  if (behind_alias == SIZE_MAX) {
-    for (const token *tok = tokenizer_first(&engine.tokenizer); tok != nullptr && tok != blamed; tok = tok->next) {
-      place++;
-    }
-    return place;
-  }
+// The number of tokens behind the blamed one that were typed: those of an alias that it came from are not.
+std::size_t typed_words_behind(cli &engine, const token *blamed) {
   std::size_t behind = 0;
   for (const token *tok = blamed->next; tok != nullptr; tok = tok->next) {
     behind++;
   }
-  for_each_typed_word(line, [&place](std::size_t, TypedWord) {
-    place++;
-    return true;
-  });
-  return place - std::min(behind, behind_alias) - 1;
+  return std::min(behind, state_of(engine.parser).behind_alias);
 }
 
 // The answer to a call that runs no line.
@@ -52,15 +39,9 @@ void blame(cli &engine, std::string_view line, cli_outcome &outcome) {
   if (blamed == nullptr) {
     return;
   }
-  const std::size_t place = typed_place(engine, line, blamed);
-  for_each_typed_word(line, [&](std::size_t index, TypedWord word) {
-    if (index != place) {
-      return true;
-    }
-    outcome.column = word.column;
-    outcome.length = word.length;
-    return false;
-  });
+  const TypedWord word = typed_word_from_end(line, typed_words_behind(engine, blamed));
+  outcome.column = word.column;
+  outcome.length = word.length;
 }
 
 }  // namespace cli_engine

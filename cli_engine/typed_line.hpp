@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "cli_engine/words.hpp"
+
 namespace cli_engine {
 
 struct TypedWord {
@@ -21,13 +23,8 @@ void for_each_typed_word(std::string_view line, Visit visit) {
   char quote = '\0';
   for (std::size_t at = 0; at <= line.size(); at++) {
     const char c = at < line.size() ? line[at] : ' ';
-    if (c > '\'' && c != '\\') {  // most: neither blanks nor quotes
-      counts = true;
-      continue;
-    }
     const bool at_end = at == line.size();
-    const bool blank = c == ' ' || (c >= '\t' && c <= '\r');
-    if (at_end || (blank && quote == '\0')) {
+    if (at_end || (is_blank(c) && quote == '\0')) {
       if (counts && !visit(index++, TypedWord{begin, at - begin})) {
         return;
       }
@@ -47,6 +44,36 @@ void for_each_typed_word(std::string_view line, Visit visit) {
       }
     }
   }
+}
+
+// The word that has so many others behind it.
+inline TypedWord typed_word_from_end(std::string_view line, std::size_t behind) {
+  TypedWord found{line.size(), 0};
+  const auto stands_in = [line](char c) { return line.find(c) != std::string_view::npos; };
+  if (stands_in('"') || stands_in('\'') || stands_in('\\')) {
+    std::size_t count = 0;
+    for_each_typed_word(line, [&count](std::size_t index, TypedWord) {
+      count = index + 1;
+      return true;
+    });
+    for_each_typed_word(line, [&](std::size_t index, TypedWord word) {
+      found = word;
+      return index + behind + 1 != count;
+    });
+    return found;
+  }
+  // Words are what stands between blanks, and most often the last one is asked for.
+  for (std::size_t words = 0, end = line.size(); words <= behind && end > 0; words++) {
+    while (end > 0 && is_blank(line[end - 1])) {
+      end--;
+    }
+    const std::size_t last = end;
+    while (end > 0 && !is_blank(line[end - 1])) {
+      end--;
+    }
+    found = {end, last - end};
+  }
+  return found;
 }
 
 }  // namespace cli_engine
