@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -85,9 +86,18 @@ bool leaves_unasked(Shell &shell, const std::string &line) {
   return line == kExit && shell.at_top() && !cli_is_command(cli_parse(shell.engine(), kExit, nullptr));
 }
 
+// Once the session is left, keys and signals that come late do not keep the rest from being done.
+struct Departure {
+  ~Departure() {
+    signal(SIGINT, SIG_IGN);
+    signal(SIGQUIT, SIG_IGN);
+  }
+};
+
 }  // namespace
 
 int run_interactive(Shell &shell) {
+  const Departure departure;
   LineEditor editor(hooks_of(shell), STDIN_FILENO, shell.terminal());
   const Asking asking(shell, editor);
   TypedLines typed(editor);
